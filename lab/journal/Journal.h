@@ -1,0 +1,54 @@
+// The journal that all stand-ins share: what the program asked of them, one line a call, in order.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace lab {
+
+/// False when DHCPLAB_JOURNAL is unset: callers may then skip building a line.
+bool JournalIsOn();
+
+/// Appends one line to the file named by DHCPLAB_JOURNAL, with a single write at its end, so that
+/// several DLLs of a process, and processes one after another, may use one file. `line` is UTF-8
+/// without a line end; whatever comes from the program must have gone through Escape or Quoted.
+void Journal(std::string_view line);
+
+/// Appends "MISUSE <what>". Such a line fails any rehearsal, whatever else it expects.
+void JournalMisuse(std::string_view what);
+
+/// Makes a text fit one line of UTF-8: \n \r \t \" \\, other control characters as \xNN. Narrow
+/// bytes above 7F stay recognisable as the bytes they were, \xNN; a UTF-16 surrogate without its
+/// partner becomes \uNNNN.
+std::string Escape(std::string_view bytes);
+std::string Escape(std::wstring_view text);
+
+/// The escaped text in quotation marks; null (without marks) for a null pointer.
+std::string Quoted(const char* text);
+std::string Quoted(const wchar_t* text);
+std::string Quoted(const wchar_t* text, size_t length);
+
+/// "10.1.0.2" of 0x0A010002: host order, first octet most significant.
+std::string Dotted(uint32_t hostOrderAddress);
+
+/// "0x80004005", the form of an HRESULT in the journal.
+std::string Hex(uint32_t value);
+
+/// Appends a whole text, with one write, to the end of a file that is made when absent.
+class AppendFile {
+public:
+    /// Off, writing nothing, when the path is empty.
+    explicit AppendFile(const std::wstring& path);
+    ~AppendFile();
+    AppendFile(const AppendFile&) = delete;
+    AppendFile& operator=(const AppendFile&) = delete;
+
+    bool IsOn() const { return file_ != nullptr; }
+    void AppendLine(std::string_view line) const;
+
+private:
+    void* file_;
+};
+
+}  // namespace lab
