@@ -1,0 +1,19 @@
+// How both imports read their CSV files.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// Hands over each entry of the file in order: the first line (the header), empty lines and lines
+/// whose first character is "#" are passed over. CR LF and LF end a line, the last line needs
+/// neither; every other byte is data. A file that can't be opened has no entries. Memory is that of
+/// one line; others may read and write the file meanwhile.
+void ForEachCsvEntry(const std::string& fileName,
+                     const std::function<void(const std::string& line)>& entry);
+
+/// The fields of a line: each comma separates two, nothing is quoted, and nothing is trimmed.
+std::vector<std::string> SplitCsvFields(const std::string& line);
+
+/// Removes blanks and tabs, and nothing else, from both ends.
+void TrimCsvField(std::string& field);

@@ -1,0 +1,383 @@
+// winsock2.h has to come before any windows.h.
+#include <winsock2.h>
+//
+#include "dhcpserver/DHCPManager.h"
+
+#include <boost/make_shared.hpp>
+#include <cstdlib>
+#include <memory>
+
+#include "dhcpserver/AddressRange.h"
+#include "dhcpserver/DhcpApiLibrary.h"
+#include "diagtools/HResultCheck.h"
+#include "store/IPAddressString.h"
+#include "store/TextConversion.h"
+
+namespace {
+
+constexpr char kTraceFile[] = "DHCPManager";
+
+// DHCP options (RFC 2132).
+constexpr DHCP_OPTION_ID kOptionRouter = 3;
+constexpr DHCP_OPTION_ID kOptionLeaseTime = 51;
+
+constexpr ULONGLONG kFileTimeUnitsPerSecond = 10'000'000;
+
+/// Enumeration rounds in a row that may bring nothing new before the server is given up on.
+constexpr int kMaxIdleRounds = 16;
+
+struct SubnetInfoFree {
+    void operator()(DHCP_SUBNET_INFO* info) const {
+        CDhcpApiLibrary::Instance().FreeSubnetInfo(info);
+    }
+};
+struct ClientArrayFree {
+    void operator()(DHCP_CLIENT_INFO_ARRAY_V4* clients) const {
+        CDhcpApiLibrary::Instance().FreeClientArray(clients);
+    }
+};
+
+DWORD ToNumber(const std::string& address) {
+    return CIPAddressString(address).Number();
+}
+
+/// A reserved-address element with the records it points to; borrows the hardware address.
+class ReservedIpElement {
+public:
+    ReservedIpElement(const HardwareAddress& hardwareAddress, DWORD address)
+        : m_client{static_cast<DWORD>(hardwareAddress.size()),
+                   const_cast<BYTE*>(hardwareAddress.data())},
+          m_reservation{address, &m_client, CLIENT_TYPE_BOTH} {
+        m_element.ElementType = DhcpReservedIps;
+        m_element.Element.ReservedIp = &m_reservation;
+    }
+    ReservedIpElement(const ReservedIpElement&) = delete;
+    ReservedIpElement& operator=(const ReservedIpElement&) = delete;
+
+    const DHCP_SUBNET_ELEMENT_DATA_V4& Get() const { return m_element; }
+
+private:
+    DHCP_CLIENT_UID m_client;
+    DHCP_IP_RESERVATION_V4 m_reservation;
+    DHCP_SUBNET_ELEMENT_DATA_V4 m_element = {};
+};
+
+DATE_TIME ExpiryFromNow(std::uint32_t leaseSeconds) {
+    SYSTEMTIME utc;
+    FILETIME now = {};
+    ::GetSystemTime(&utc);
+    ::SystemTimeToFileTime(&utc, &now);
+    const ULONGLONG expiry =
+        (static_cast<ULONGLONG>(now.dwHighDateTime) << 32 | now.dwLowDateTime) +
+        leaseSeconds * kFileTimeUnitsPerSecond;
+    return {static_cast<DWORD>(expiry), static_cast<DWORD>(expiry >> 32)};
+}
+
+boost::shared_ptr<CDHCPClient> ToClient(const DHCP_CLIENT_INFO_V4& info) {
+    const boost::shared_ptr<CDHCPClient> client = boost::make_shared<CDHCPClient>();
+    client->SetClientType(info.bClientType);
+    client->SetName(NarrowText(info.ClientName));
+    client->SetLeaseExpiry(info.ClientLeaseExpires);
+    client->SetComment(NarrowText(info.ClientComment));
+    client->SetIPAddress(info.ClientIpAddress);
+    client->SetSubnetMask(info.SubnetMask);
+    if (info.ClientHardwareAddress.Data)
+        client->SetHardwareAddress(info.ClientHardwareAddress.Data,
+                                   info.ClientHardwareAddress.DataLength);
+    return client;
+}
+
+}  // namespace
+
+CDHCPManager::CDHCPManager(const std::string& serverAddress) : m_serverAddress(serverAddress) {}
+
+DWORD CDHCPManager::CreateSubnet(const std::string& scopeName, const std::string& networkId,
+                                 const std::string& mask, const std::string& comment) {
+    DT_TRACE(DiagTools::kTraceDetail,
+             "Creating subnet name [%s], Network ID [%s], Mask [%s], Comment [%s]",
+             scopeName.c_str(), networkId.c_str(), mask.c_str(), comment.c_str());
+    std::string hostName;
+    std::string netBiosName;
+    DWORD ipAddress = 0;
+    LOG_IF_FAILED(GetHostInfo(hostName, netBiosName, ipAddress));
+
+    const CWideText wideName(scopeName);
+    const CWideText wideComment(comment);
+    const CWideText wideHostName(hostName);
+    const CWideText wideNetBiosName(netBiosName);
+    DHCP_SUBNET_INFO info = {};
+    info.SubnetAddress = ToNumber(networkId);
+    info.SubnetMask = ToNumber(mask);
+    info.SubnetName = wideName.Get();
+    info.SubnetComment = wideComment.Get();
+    info.PrimaryHost = {ipAddress, wideNetBiosName.Get(), wideHostName.Get()};
+    info.SubnetState = DhcpSubnetEnabled;
+    DumpSubnetInfo(info);
+    const DWORD error = CDhcpApiLibrary::Instance().CreateSubnet(CWideText(m_serverAddress).Get(),
+                                                                 info.SubnetAddress, &info);
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError,
+                 "Unable to create subnet name [%s], Network ID [%s], Mask [%s], Comment [%s] due "
+                 "to error [%lu]",
+                 scopeName.c_str(), networkId.c_str(), mask.c_str(), comment.c_str(), error);
+    return error;
+}
+
+DWORD CDHCPManager::SetupIPRange(const std::string& networkId, const std::string& mask) {
+    const DHCP_IP_RANGE range = {GetFirstAddress(networkId), GetLastAddress(networkId, mask)};
+    DT_TRACE(DiagTools::kTraceDetail, "First address [%s], Last address [%s]",
+             CIPAddressString(range.StartAddress).Text(),
+             CIPAddressString(range.EndAddress).Text());
+    const DWORD error = AddRangeElement(ToNumber(networkId), DhcpIpRanges, range);
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError,
+                 "Unable to set IP Range for Scope [%s], Mask [%s], RetCode [%lu] - Please Check "
+                 "your subnet mask and range",
+                 networkId.c_str(), mask.c_str(), error);
+    return error;
+}
+
+DWORD CDHCPManager::CreateExclusion(const std::string& networkId, const std::string& address) {
+    DT_TRACE(DiagTools::kTraceDetail, "Creating exclusion for Address [%s] on Scope [%s]",
+             address.c_str(), networkId.c_str());
+    const DWORD excluded = ToNumber(address);
+    const DWORD error =
+        AddRangeElement(ToNumber(networkId), DhcpExcludedIpRanges, {excluded, excluded});
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError,
+                 "Unable to exclude Address [%s] from scope [%s] due to error [%lu]",
+                 address.c_str(), networkId.c_str(), error);
+    return error;
+}
+
+DWORD CDHCPManager::SetRouterOption(const std::string& networkId,
+                                    const std::string& routerAddress) {
+    DT_TRACE(DiagTools::kTraceDetail, "Setting router option for Scope [%s] with address [%s]",
+             networkId.c_str(), routerAddress.c_str());
+    DHCP_OPTION_DATA_ELEMENT value = {};
+    value.OptionType = DhcpIpAddressOption;
+    value.Element.IpAddressOption = ToNumber(routerAddress);
+    const DWORD error = SetScopeOption(networkId, kOptionRouter, value);
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError,
+                 "Unable to set Router option for [%s] on scope [%s] due to error [%lu]",
+                 routerAddress.c_str(), networkId.c_str(), error);
+    return error;
+}
+
+DWORD CDHCPManager::SetLeaseDuration(const std::string& networkId, std::uint32_t leaseSeconds) {
+    const DWORD seconds = leaseSeconds;
+    DT_TRACE(DiagTools::kTraceDetail, "Setting lease duration to [%lu] for Scope [%s]", seconds,
+             networkId.c_str());
+    DHCP_OPTION_DATA_ELEMENT value = {};
+    value.OptionType = DhcpDWordOption;
+    value.Element.DWordOption = seconds;
+    const DWORD error = SetScopeOption(networkId, kOptionLeaseTime, value);
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError,
+                 "Unable to set Lease Duration value [%lu] on scope [%s] due to error [%lu]",
+                 seconds, networkId.c_str(), error);
+    return error;
+}
+
+HRESULT CDHCPManager::GetHostInfo(std::string& hostName, std::string& netBiosName,
+                                  DWORD& ipAddress) {
+    DHCP_SUBNET_INFO* received = nullptr;
+    const DWORD error = CDhcpApiLibrary::Instance().GetSubnetInfo(
+        CWideText(m_serverAddress).Get(), ToNumber(m_serverAddress), &received);
+    const std::unique_ptr<DHCP_SUBNET_INFO, SubnetInfoFree> info(received);
+    if (error != ERROR_SUCCESS || !info) {
+        DT_TRACE(DiagTools::kTraceError, "Unable to get subnet info for Address [%s], Error [%lu]",
+                 m_serverAddress.c_str(), error);
+        return E_FAIL;
+    }
+    DumpSubnetInfo(*info);
+    hostName = NarrowText(info->PrimaryHost.HostName);
+    netBiosName = NarrowText(info->PrimaryHost.NetBiosName);
+    ipAddress = info->PrimaryHost.IpAddress;
+    return S_OK;
+}
+
+void CDHCPManager::DumpSubnetInfo(const DHCP_SUBNET_INFO& info) {
+    const auto traceText = [](const wchar_t* text) {
+        return text ? std::make_unique<std::string>(NarrowText(text)) : nullptr;
+    };
+    const auto orNull = [](const std::unique_ptr<std::string>& text) {
+        return text ? text->c_str() : nullptr;
+    };
+    DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.Hostname [%s]",
+             orNull(traceText(info.PrimaryHost.HostName)));
+    // Octets come out reversed on this line only: the API hands this one address over in network
+    // order, and log readers expect it so.
+    DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.IpAddress [%s]",
+             CIPAddressString(static_cast<DWORD>(::ntohl(info.PrimaryHost.IpAddress))).Text());
+    DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.NetBiosName [%s]",
+             orNull(traceText(info.PrimaryHost.NetBiosName)));
+    DT_TRACE(DiagTools::kTraceDetail, "SubnetAddress [%s]",
+             CIPAddressString(info.SubnetAddress).Text());
+    DT_TRACE(DiagTools::kTraceDetail, "SubnetComment [%s]", orNull(traceText(info.SubnetComment)));
+    DT_TRACE(DiagTools::kTraceDetail, "SubnetMask [%s]", CIPAddressString(info.SubnetMask).Text());
+    DT_TRACE(DiagTools::kTraceDetail, "SubnetName [%s]", orNull(traceText(info.SubnetName)));
+    DT_TRACE(DiagTools::kTraceDetail, "SubnetState [%d]", static_cast<int>(info.SubnetState));
+}
+
+DWORD CDHCPManager::GetNetworkAddress(const std::string& address, const std::string& mask) {
+    return NetworkAddress(ToNumber(address), ToNumber(mask));
+}
+
+DWORD CDHCPManager::GetFirstAddress(const std::string& networkId) {
+    return FirstHostAddress(ToNumber(networkId));
+}
+
+DWORD CDHCPManager::GetLastAddress(const std::string& networkId, const std::string& mask) {
+    return LastHostAddress(ToNumber(networkId), ToNumber(mask));
+}
+
+DWORD CDHCPManager::AddElement(DWORD subnet, const DHCP_SUBNET_ELEMENT_DATA_V4& element) {
+    return CDhcpApiLibrary::Instance().AddSubnetElement(CWideText(m_serverAddress).Get(), subnet,
+                                                        &element);
+}
+
+DWORD CDHCPManager::AddRangeElement(DWORD subnet, DHCP_SUBNET_ELEMENT_TYPE type,
+                                    DHCP_IP_RANGE range) {
+    DHCP_SUBNET_ELEMENT_DATA_V4 element = {};
+    element.ElementType = type;
+    element.Element.IpRange = &range;
+    return AddElement(subnet, element);
+}
+
+DWORD CDHCPManager::SetScopeOption(const std::string& networkId, DHCP_OPTION_ID optionId,
+                                   DHCP_OPTION_DATA_ELEMENT value) {
+    DHCP_OPTION_SCOPE_INFO scope = {};
+    scope.ScopeType = DhcpSubnetOptions;
+    scope.ScopeInfo.SubnetScopeInfo = ToNumber(networkId);
+    const DHCP_OPTION_DATA data = {1, &value};
+    return CDhcpApiLibrary::Instance().SetOptionValue(CWideText(m_serverAddress).Get(), optionId,
+                                                      &scope, &data);
+}
+
+DWORD CDHCPManager::CreateClient(const std::string& name, const std::string& mac,
+                                 const std::string& address, const std::string& mask,
+                                 const std::string& comment, std::uint32_t leaseSeconds) {
+    DT_TRACE(DiagTools::kTraceDetail,
+             "Creating client name [%s], Address [%s], Mask [%s], Comment [%s], MAC [%s]",
+             name.c_str(), address.c_str(), mask.c_str(), comment.c_str(), mac.c_str());
+    HardwareAddress hardwareAddress;
+    ConvertMAC(mac, hardwareAddress);
+    const DWORD error = CreateClientInfo(name, hardwareAddress, ToNumber(address), ToNumber(mask),
+                                         comment, ExpiryFromNow(leaseSeconds));
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError,
+                 "Unable to create client name [%s], Address [%s], Mask [%s], Comment [%s], MAC "
+                 "[%s] due to error [%lu]",
+                 name.c_str(), address.c_str(), mask.c_str(), comment.c_str(), mac.c_str(), error);
+    return error;
+}
+
+DWORD CDHCPManager::CreateReservation(const std::string& name, const std::string& mac,
+                                      const std::string& address, const std::string& mask) {
+    DT_TRACE(DiagTools::kTraceDetail,
+             "Creating reservation for client name [%s], Address [%s], Mask [%s], MAC [%s]",
+             name.c_str(), address.c_str(), mask.c_str(), mac.c_str());
+    HardwareAddress hardwareAddress;
+    ConvertMAC(mac, hardwareAddress);
+    const DWORD error =
+        AddReservationElement(hardwareAddress, ToNumber(address), GetNetworkAddress(address, mask));
+    // "Unable to reserved" is kept as released: log searches match these words.
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError,
+                 "Unable to reserved client name [%s], Address [%s], Mask [%s], MAC [%s] due to "
+                 "error [%lu]",
+                 name.c_str(), address.c_str(), mask.c_str(), mac.c_str(), error);
+    return error;
+}
+
+DWORD CDHCPManager::AddNewReservation(const std::string& name, DWORD address, DWORD mask,
+                                      const HardwareAddress& hardwareAddress,
+                                      const std::string& comment, const DATE_TIME& leaseExpiry,
+                                      DWORD subnet) {
+    DWORD error = CreateClientInfo(name, hardwareAddress, address, mask, comment, leaseExpiry);
+    if (error == ERROR_SUCCESS)
+        error = AddReservationElement(hardwareAddress, address, subnet);
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError, "Unable to set client info due to error [%lu]", error);
+    return error;
+}
+
+DWORD CDHCPManager::RemoveClient(const HardwareAddress& hardwareAddress, DWORD address,
+                                 DWORD subnet) {
+    DT_TRACE(DiagTools::kTraceRecord, "Removing [%s]", CIPAddressString(address).Text());
+    const ReservedIpElement element(hardwareAddress, address);
+    const DWORD error = CDhcpApiLibrary::Instance().RemoveSubnetElement(
+        CWideText(m_serverAddress).Get(), subnet, &element.Get(), DhcpFullForce);
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(DiagTools::kTraceError, "Unable to remove reservation due to error [%lu]", error);
+    return error;
+}
+
+DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientList& clients) {
+    const DWORD subnet = ToNumber(networkId);
+    DT_TRACE(DiagTools::kTraceDetail, "Getting client information network [%s]", networkId.c_str());
+    const CWideText server(m_serverAddress);
+    DHCP_RESUME_HANDLE resume = 0;
+    for (int idleRounds = 0;;) {
+        const DHCP_RESUME_HANDLE before = resume;
+        DHCP_CLIENT_INFO_ARRAY_V4* received = nullptr;
+        DWORD clientsRead = 0;
+        DWORD clientsTotal = 0;
+        const DWORD error = CDhcpApiLibrary::Instance().EnumSubnetClients(
+            server.Get(), subnet, &resume, 0xFFFFFFFF, &received, &clientsRead, &clientsTotal);
+        const std::unique_ptr<DHCP_CLIENT_INFO_ARRAY_V4, ClientArrayFree> page(received);
+        const DWORD elements = page && page->Clients ? page->NumElements : 0;
+        DT_TRACE(DiagTools::kTraceRecord,
+                 "Number of clients [%lu : %lu], Remaining [%lu], Error [%lu]", clientsRead,
+                 elements, clientsTotal, error);
+        if (error != ERROR_SUCCESS && error != ERROR_MORE_DATA)
+            return error;
+        for (DWORD i = 0; i < elements; ++i)
+            if (page->Clients[i])
+                clients.push_back(ToClient(*page->Clients[i]));
+        if (error == ERROR_SUCCESS)
+            return error;
+        idleRounds = elements > 0 && resume != before ? 0 : idleRounds + 1;
+        if (idleRounds >= kMaxIdleRounds)
+            return error;
+    }
+}
+
+void CDHCPManager::ConvertMAC(const std::string& mac, HardwareAddress& bytes) {
+    for (std::string::size_type begin = 0;;) {
+        const std::string::size_type end = mac.find('-', begin);
+        // A copy, since strtol would read the separator before the next token as its sign.
+        const std::string token = mac.substr(begin, end - begin);
+        bytes.push_back(static_cast<BYTE>(std::strtol(token.c_str(), nullptr, 16) & 0xFF));
+        if (end == std::string::npos)
+            break;
+        begin = end + 1;
+    }
+    DT_TRACE_BUFFER(DiagTools::kTraceDetail, bytes.data(), bytes.size());
+}
+
+DWORD CDHCPManager::CreateClientInfo(const std::string& name,
+                                     const HardwareAddress& hardwareAddress, DWORD address,
+                                     DWORD mask, const std::string& comment,
+                                     const DATE_TIME& leaseExpiry) {
+    const CWideText wideName(name);
+    const CWideText wideComment(comment);
+    DHCP_CLIENT_INFO_V4 info = {};
+    info.ClientIpAddress = address;
+    info.SubnetMask = mask;
+    info.ClientHardwareAddress = {static_cast<DWORD>(hardwareAddress.size()),
+                                  const_cast<BYTE*>(hardwareAddress.data())};
+    info.ClientName = wideName.Get();
+    info.ClientComment = wideComment.Get();
+    info.ClientLeaseExpires = leaseExpiry;
+    info.OwnerHost.IpAddress = ToNumber(m_serverAddress);
+    info.bClientType = CLIENT_TYPE_BOTH;
+    return CDhcpApiLibrary::Instance().CreateClientInfo(CWideText(m_serverAddress).Get(), &info);
+}
+
+DWORD CDHCPManager::AddReservationElement(const HardwareAddress& hardwareAddress, DWORD address,
+                                          DWORD subnet) {
+    return AddElement(subnet, ReservedIpElement(hardwareAddress, address).Get());
+}

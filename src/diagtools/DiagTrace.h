@@ -1,0 +1,85 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace DiagTools {
+
+/// Process-wide filter: a line of level L is written only when bit L is set. Starts with the bits 1
+/// to 128; refreshed from the trace client whenever a CDiagTraceInfo is made.
+extern std::uint32_t traceFilter;
+
+/// Hands trace lines to the trace client library "DTClient.dll", which is loaded when first needed.
+/// Without the library lines are dropped; the layer's own faults go to "DT.LOG". Nothing throws and
+/// no fault reaches the caller. For one thread: there is no lock.
+class CDiagTrace {
+public:
+    /// Created on first use, destroyed at process exit.
+    static CDiagTrace& Instance();
+    virtual ~CDiagTrace();
+    CDiagTrace(const CDiagTrace&) = delete;
+    CDiagTrace& operator=(const CDiagTrace&) = delete;
+
+    /// Remembers the module and both texts (copied), loads the library and registers the module.
+    void Register(HMODULE module, const char* text1, const char* text2);
+    /// The client's mask with the bits 1, 2 and 256 forced on; just these without a client.
+    std::uint32_t GetFilter();
+    void Trace(const char* file, std::uint32_t line, const char* function, std::uint32_t level,
+               std::uint32_t reserved1, std::uint32_t reserved2, const char* text);
+    void TraceBuffer(const char* file, std::uint32_t line, const char* function,
+                     std::uint32_t level, std::uint32_t reserved1, std::uint32_t reserved2,
+                     const void* buffer, std::size_t length);
+
+private:
+    // The entries of DTClient.dll as this tool calls them. Handles are opaque.
+    using RegisterModuleFn = void*(HMODULE module, const char* modulePath, const char* text1,
+                                   const char* text2);
+    using UnregisterModuleFn = void(void* registration);
+    using TraceStrFn = void(void* registration, const char* file, std::uint32_t line,
+                            const char* function, std::uint32_t level, std::uint32_t reserved1,
+                            std::uint32_t reserved2, const char* text);
+    using TraceBufferFn = void(void* registration, const char* file, std::uint32_t line,
+                               const char* function, std::uint32_t level, std::uint32_t reserved1,
+                               std::uint32_t reserved2, const void* buffer, std::uint32_t bytes);
+    using GetFilterFn = std::uint32_t(void* registration);
+    using UnusedFn = void();  // resolved so that an incomplete library is noticed, never called
+
+    /// Lets one kind of fault line through once in 5000 ms.
+    class Throttle {
+    public:
+        bool Allows();
+
+    private:
+        bool m_used = false;
+        ULONGLONG m_lastTick = 0;  // milliseconds since system start
+    };
+
+    CDiagTrace() = default;
+    void LoadClient();
+    void Unload();
+    void RegisterSavedModule();
+    void LoadAndRegisterWhenNeeded();
+
+    HMODULE m_hModule = nullptr;
+    UnusedFn* m_pfnTraceID = nullptr;
+    TraceStrFn* m_pfnTraceStr = nullptr;
+    RegisterModuleFn* m_pfnRegisterModule = nullptr;
+    TraceBufferFn* m_pfnTraceBuffer = nullptr;
+    UnregisterModuleFn* m_pfnUnRegisterModule = nullptr;
+    UnusedFn* m_pfnPersistence = nullptr;
+    GetFilterFn* m_pfnGetFilter = nullptr;
+    void* m_hRegMod = nullptr;
+    bool m_registered = false;
+    bool m_libraryReady = false;
+    bool m_mayLoad = true;
+    HMODULE m_hSavedAppModuled = nullptr;
+    std::string m_text1;
+    std::string m_text2;
+    Throttle m_loadFault;
+    Throttle m_registerFault;
+};
+
+}  // namespace DiagTools

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "diagtools/DiagTrace.h"
+#include "diagtools/PrintfFormat.h"
+
+namespace DiagTools {
+
+/// Trace levels in use; each is one bit of the filter.
+enum TraceLevel : std::uint32_t {
+    kTraceError = 1,     // failed API or COM calls, invalid command line
+    kTraceProgress = 4,  // command entry and end
+    kTraceDetail = 16,   // user messages, server data
+    kTraceDefault = 32,  // chosen defaults
+    kTraceRecord = 128   // one line per record or address
+};
+
+/// "CDHCPManager::CreateSubnet" cut out of the compiler's signature at compile time: the last two
+/// components of the name before the parameter list, an anonymous namespace left out.
+struct FunctionTag {
+    constexpr explicit FunctionTag(const char* signature);
+    char text[128];
+};
+
+/// One trace call: tags and line of the call site, then one or more lines. See DT_TRACE.
+class CDiagTraceInfo {
+public:
+    /// The texts are borrowed and must outlive the object (call sites pass constants). Refreshes
+    /// the process-wide filter.
+    CDiagTraceInfo(const char* fileTag, std::uint32_t line, const char* functionTag);
+    virtual ~CDiagTraceInfo() = default;
+
+    void Enable(bool enabled) { m_enabled = enabled; }
+
+    /// Formats and passes on one line, cut at 32767 characters; true when it was passed on. A text
+    /// that holds data never comes as the format: see TraceText.
+    bool operator()(std::uint32_t level, const char* format, ...) DT_PRINTF_FORMAT(3, 4);
+    /// Passes on a whole text that is no format: the formatter reads no "%" in it.
+    bool TraceText(std::uint32_t level, const char* text);
+    /// Passes on raw bytes, 32768 at most.
+    bool TraceBuffer(std::uint32_t level, const void* buffer, std::size_t length);
+
+private:
+    bool Passes(std::uint32_t level) const { return m_enabled && (traceFilter & level) != 0; }
+    void ReduceFileTag();
+
+    const char* m_fileTag;
+    const char* m_functionTag;
+    std::uint32_t m_line;
+    bool m_enabled = true;
+    bool m_fileTagReduced = false;
+    [[maybe_unused]] std::uint32_t m_value = 32;  // part of the object's layout, not read here
+};
+
+constexpr FunctionTag::FunctionTag(const char* signature) : text{} {
+    const char* end = signature;
+    for (int depth = 0; *end && !(*end == '(' && depth == 0); ++end)
+        depth += *end == '<' ? 1 : *end == '>' ? -1 : 0;
+    const char* begin = end;
+    int components = 0;
+    for (int depth = 0; begin != signature; --begin) {
+        const char c = begin[-1];
+        depth += c == '>' ? 1 : c == '<' ? -1 : 0;
+        if (depth == 0 && (c == ' ' || c == '*' || c == '&' || c == '}'))
+            break;
+        if (depth == 0 && c == ':' && begin[0] == ':' && ++components == 2) {
+            ++begin;
+            break;
+        }
+    }
+    while (*begin == ':')
+        ++begin;
+    for (std::size_t i = 0; begin != end && i + 1 < sizeof(text); ++i)
+        text[i] = *begin++;
+}
+
+}  // namespace DiagTools
+
+#if defined(_MSC_VER) && !defined(__clang__)
+#define DT_SIGNATURE __FUNCTION__
+#else
+#define DT_SIGNATURE __PRETTY_FUNCTION__
+#endif
+
+// Each source file names itself in a constant `kTraceFile`; these take the rest from the call site.
+#define DT_FUNCTION() static constexpr DiagTools::FunctionTag dtTag_(DT_SIGNATURE)
+#define DT_HERE kTraceFile, __LINE__, dtTag_.text
+
+// A level that is off costs this one test: nothing is built and the client is not asked.
+#define DT_WHEN_ON(level, operation)                    \
+    do {                                                \
+        if ((DiagTools::traceFilter & (level)) != 0) {  \
+            DT_FUNCTION();                              \
+            DiagTools::CDiagTraceInfo dtInfo_(DT_HERE); \
+            dtInfo_.operation;                          \
+        }                                               \
+    } while (false)
+
+#define DT_TRACE(level, ...) DT_WHEN_ON(level, operator()((level), __VA_ARGS__))
+#define DT_TRACE_TEXT(level, text) DT_WHEN_ON(level, TraceText((level), (text)))
+#define DT_TRACE_BUFFER(level, data, bytes) DT_WHEN_ON(level, TraceBuffer((level), (data), (bytes)))

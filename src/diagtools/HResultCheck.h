@@ -1,0 +1,38 @@
+// The HRESULT check: a failed result is traced with the text of the expression that gave it.
+//
+// In the macros the text is the code itself. clang-format is told to leave them alone; when a call
+// needs a second line, break it by hand after a comma (a break there reads as one blank).
+#pragma once
+
+#include <windows.h>
+
+#include "diagtools/DiagTraceInfo.h"
+
+namespace DiagTools {
+
+/// Traces the failure at level 1 and returns it unchanged. For failed results only.
+HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
+                     const char* expressionText, HRESULT hr);
+
+}  // namespace DiagTools
+
+#define LOG_IF_FAILED_AS(text, expression)                       \
+    do {                                                         \
+        const HRESULT dtResult_ = (expression);                  \
+        if (FAILED(dtResult_)) {                                 \
+            DT_FUNCTION();                                       \
+            DiagTools::CheckHResult(DT_HERE, (text), dtResult_); \
+        }                                                        \
+    } while (false)
+
+#define RETURN_IF_FAILED_AS(text, expression)                           \
+    do {                                                                \
+        const HRESULT dtResult_ = (expression);                         \
+        if (FAILED(dtResult_)) {                                        \
+            DT_FUNCTION();                                              \
+            return DiagTools::CheckHResult(DT_HERE, (text), dtResult_); \
+        }                                                               \
+    } while (false)
+
+#define LOG_IF_FAILED(...) LOG_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
+#define RETURN_IF_FAILED(...) RETURN_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))

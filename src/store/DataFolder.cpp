@@ -1,0 +1,70 @@
+#include "store/DataFolder.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "store/RegistryText.h"
+
+namespace {
+
+bool IsSeparator(char c) {
+    return c == '\\' || c == '/';
+}
+
+/// The next character's start. In a double-byte code page the second byte may be the code of "\".
+const char* Next(const char* text) {
+    return ::IsDBCSLeadByte(static_cast<BYTE>(*text)) && text[1] ? text + 2 : text + 1;
+}
+
+}  // namespace
+
+HRESULT CreateDirectoryChain(const char* path) {
+    if (!path || !*path)
+        return E_FAIL;
+    std::string accumulated;
+    while (*path) {
+        const char* const token = path;
+        while (*path && !IsSeparator(*path))
+            path = Next(path);
+        if (path != token) {
+            accumulated.append(token, path).append("\\");
+            ::CreateDirectoryA(accumulated.c_str(), nullptr);
+        }
+        while (IsSeparator(*path))
+            ++path;
+    }
+    return S_OK;
+}
+
+const char* CDataFolder::Get() {
+    if (m_resolved)
+        return m_path;
+    ReadOrRecordPath();
+    const char* last = m_path;
+    for (const char* at = m_path; *at; at = Next(at))
+        last = at;
+    if (IsSeparator(*last))
+        m_path[last - m_path] = '\0';
+    CreateDirectoryChain(m_path);
+    m_resolved = true;
+    return m_path;
+}
+
+void CDataFolder::ReadOrRecordPath() {
+    HKEY opened = nullptr;
+    if (::RegCreateKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Vantrel\\Data", 0, nullptr, 0,
+                          kRegReadWrite, nullptr, &opened, nullptr) != ERROR_SUCCESS)
+        return;
+    const RegKey key(opened);
+    DWORD type = 0;
+    if (ReadRegistryText(key.get(), "Path", m_path, type) && *m_path)
+        return;
+    std::strcpy(m_path, ".\\");
+    char temporary[MAX_PATH];
+    const DWORD length = ::GetTempPathA(MAX_PATH, temporary);
+    if (length > 0 && length < MAX_PATH)
+        std::strcpy(m_path, temporary);
+    ::RegSetValueExA(key.get(), "Path", 0, REG_SZ, reinterpret_cast<const BYTE*>(m_path),
+                     static_cast<DWORD>(std::strlen(m_path) + 1));
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <memory>
+
+struct RegKeyClose {
+    using pointer = HKEY;
+    void operator()(HKEY key) const noexcept { ::RegCloseKey(key); }
+};
+using RegKey = std::unique_ptr<HKEY, RegKeyClose>;
+
+/// KEY_READ | KEY_WRITE: what the gateway's own keys are opened with.
+inline constexpr REGSAM kRegReadWrite = 0x2001F;
+
+/// Whether data as the registry returned it is a non-empty text that ends with its own terminator:
+/// one NUL for REG_SZ and REG_EXPAND_SZ, two for REG_MULTI_SZ. Judged by the returned size alone; a
+/// NUL that happens to follow in the buffer is not the value's.
+bool IsTerminatedText(DWORD type, const char* data, DWORD bytes);
+
+/// Reads a text value into the buffer; false when it is missing, larger than the buffer, of another
+/// type or unterminated. `type` is the value's type.
+template <std::size_t N>
+bool ReadRegistryText(HKEY key, const char* valueName, char (&buffer)[N], DWORD& type) {
+    DWORD bytes = static_cast<DWORD>(N);
+    return ::RegQueryValueExA(key, valueName, nullptr, &type, reinterpret_cast<BYTE*>(buffer),
+                              &bytes) == ERROR_SUCCESS &&
+           IsTerminatedText(type, buffer, bytes);
+}

@@ -1,0 +1,59 @@
+#include "store/StorageAccess.h"
+
+#include "diagtools/HResultCheck.h"
+#include "store/DataFolder.h"
+
+namespace {
+
+constexpr char kTraceFile[] = "StorageAccess";
+
+const CComBSTR configurationFileSuffix(L"\\Zephon.XML");
+
+}  // namespace
+
+const CComBSTR clientsEntry(L"Clients");
+const CComBSTR scopesEntry(L"Segments");
+const CComBSTR clientNameEntry(L"Name");
+const CComBSTR MACEntry(L"MAC");
+
+CStorageAccess::~CStorageAccess() {
+    Uninitialize();
+}
+
+HRESULT CStorageAccess::Initialize() {
+    const HRESULT entered = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const HRESULT hr = InitializeStorageAccess();
+    if (FAILED(hr)) {
+        m_storageAccess.Release();
+        if (SUCCEEDED(entered))
+            ::CoUninitialize();
+    }
+    RETURN_IF_FAILED_AS("InitializeStorageAccess()", hr);
+    return S_OK;
+}
+
+HRESULT CStorageAccess::InitializeStorageAccess() {
+    RETURN_IF_FAILED(m_storageAccess.CoCreateInstance(L"Granite.ZakStorageDB"));
+    if (!m_storageAccess) {
+        DT_TRACE(DiagTools::kTraceError, "%s is NULL", "m_storageAccess.p");
+        return E_POINTER;
+    }
+    CDataFolder folder;
+    CComBSTR bstrDBPath(folder.Get());
+    if (configurationFileSuffix.Length() != 0) {
+        const HRESULT appended = bstrDBPath.Append(configurationFileSuffix);
+        if (FAILED(appended))
+            return appended;
+    }
+    RETURN_IF_FAILED(m_storageAccess->Initialize(bstrDBPath));
+    return S_OK;
+}
+
+HRESULT CStorageAccess::Uninitialize() {
+    if (m_storageAccess) {
+        m_storageAccess->Uninitialize();
+        m_storageAccess.Release();
+        ::CoUninitialize();
+    }
+    return S_OK;
+}
