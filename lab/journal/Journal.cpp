@@ -64,6 +64,11 @@ void AppendUtf8(std::string& out, unsigned point) {
     tail(0);
 }
 
+/// Units that readers of text files take for a line end, or that XML does not allow.
+bool IsUnsafe(unsigned unit) {
+    return unit < 0xA0 || unit == 0x2028 || unit == 0x2029 || unit >= 0xFFFE;
+}
+
 }  // namespace
 
 AppendFile::AppendFile(const std::wstring& path) : file_(nullptr) {
@@ -131,11 +136,45 @@ std::string Escape(std::wstring_view text) {
         } else if (isSurrogate(unit, 0xD800) && i + 1 < text.size() &&
                    isSurrogate(text[i + 1], 0xDC00)) {
             AppendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (text[++i] - 0xDC00u));
-        } else if (isSurrogate(unit, 0xD800) || isSurrogate(unit, 0xDC00)) {
+        } else if (isSurrogate(unit, 0xD800) || isSurrogate(unit, 0xDC00) || IsUnsafe(unit)) {
             out += "\\u" + HexDigits(unit, 4);
         } else {
             AppendUtf8(out, unit);
         }
+    }
+    return out;
+}
+
+std::optional<std::wstring> Unescape(std::wstring_view escaped) {
+    static constexpr std::wstring_view kLetters = L"nrt\"\\";
+    static constexpr std::wstring_view kMeanings = L"\n\r\t\"\\";
+    static constexpr std::wstring_view kHexDigits = L"0123456789ABCDEF";
+    std::wstring out;
+    for (size_t i = 0; i < escaped.size(); ++i) {
+        if (escaped[i] != L'\\') {
+            out += escaped[i];
+            continue;
+        }
+        const wchar_t form = ++i < escaped.size() ? escaped[i] : L'\0';
+        const size_t letter = kLetters.find(form);
+        if (letter != std::wstring_view::npos) {
+            out += kMeanings[letter];
+            continue;
+        }
+        size_t digitsLeft = form == L'x' ? 2 : form == L'u' ? 4 : 0;
+        if (digitsLeft == 0) {
+            return std::nullopt;
+        }
+        size_t unit = 0;
+        for (; digitsLeft > 0; --digitsLeft) {
+            const size_t digit =
+                ++i < escaped.size() ? kHexDigits.find(escaped[i]) : std::wstring_view::npos;
+            if (digit == std::wstring_view::npos) {
+                return std::nullopt;
+            }
+            unit = unit * 16 + digit;
+        }
+        out += static_cast<wchar_t>(unit);
     }
     return out;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,10 +20,14 @@ void Journal(std::string_view line);
 void JournalMisuse(std::string_view what);
 
 /// Makes a text fit one line of UTF-8: \n \r \t \" \\, other control characters as \xNN. Narrow
-/// bytes above 7F stay recognisable as the bytes they were, \xNN; a UTF-16 surrogate without its
-/// partner becomes \uNNNN.
+/// bytes above 7F stay recognisable as the bytes they were, \xNN. UTF-16 units that no text file
+/// carries safely become \uNNNN: a surrogate without its partner, further line ends and control
+/// characters, FFFE and FFFF.
 std::string Escape(std::string_view bytes);
 std::string Escape(std::wstring_view text);
+
+/// The text that Escape was given; nothing when a backslash begins none of its forms.
+std::optional<std::wstring> Unescape(std::wstring_view escaped);
 
 /// The escaped text in quotation marks; null (without marks) for a null pointer.
 std::string Quoted(const char* text);

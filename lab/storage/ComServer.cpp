@@ -1,0 +1,144 @@
+// zakstorage.dll: class factory, registration and the checks when the DLL leaves.
+#include "lab/storage/ComServer.h"
+
+#include <olectl.h>
+
+#include <new>
+#include <string>
+
+#include "lab/journal/FaultScript.h"
+#include "lab/journal/Journal.h"
+#include "lab/storage/StorageComponent.h"
+
+namespace {
+
+constexpr wchar_t kClassIdText[] = L"{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}";
+
+HMODULE thisModule = nullptr;
+std::atomic<long> locks{0};
+
+class ClassFactory final : public IClassFactory {
+public:
+    ClassFactory() { ++lab::StorageComponent::liveObjects; }
+    ClassFactory(const ClassFactory&) = delete;
+    ClassFactory& operator=(const ClassFactory&) = delete;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
+        if (!object) {
+            return E_POINTER;
+        }
+        const bool isKnown =
+            ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, IID_IClassFactory);
+        *object = isKnown ? static_cast<IClassFactory*>(this) : nullptr;
+        if (!isKnown) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
+        const HRESULT hr = Create(outer, iid, object);
+        lab::Journal("store CreateInstance -> " + lab::Hex(static_cast<uint32_t>(hr)));
+        return hr;
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
+        locks += lock ? 1 : -1;
+        return S_OK;
+    }
+
+private:
+    ~ClassFactory() { --lab::StorageComponent::liveObjects; }
+
+    static HRESULT Create(IUnknown* outer, REFIID iid, void** object) {
+        if (!object) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        if (outer) {
+            return CLASS_E_NOAGGREGATION;
+        }
+        if (const auto fault = lab::FaultFor("CreateInstance")) {
+            return static_cast<HRESULT>(*fault);
+        }
+        auto* const component = new (std::nothrow) lab::StorageComponent();
+        if (!component) {
+            return E_OUTOFMEMORY;
+        }
+        const HRESULT hr = component->QueryInterface(iid, object);
+        component->Release();
+        return hr;
+    }
+
+    std::atomic<ULONG> references_{1};
+};
+
+bool SetText(const std::wstring& key, const wchar_t* name, const std::wstring& text) {
+    return ::RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ, text.c_str(),
+                             static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) ==
+           ERROR_SUCCESS;
+}
+
+}  // namespace
+
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        thisModule = module;
+    } else if (reason == DLL_PROCESS_DETACH) {
+        lab::StorageComponent::CloseAllAtUnload();
+    }
+    return TRUE;
+}
+
+STDAPI DllGetClassObject(REFCLSID classId, REFIID iid, void** object) {
+    if (!object) {
+        return E_POINTER;
+    }
+    *object = nullptr;
+    if (!::IsEqualCLSID(classId, CLSID_LabZakStorageDB)) {
+        return CLASS_E_CLASSNOTAVAILABLE;
+    }
+    auto* const factory = new (std::nothrow) ClassFactory();
+    if (!factory) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT hr = factory->QueryInterface(iid, object);
+    factory->Release();
+    return hr;
+}
+
+STDAPI DllCanUnloadNow() {
+    return lab::StorageComponent::liveObjects == 0 && locks == 0 ? S_OK : S_FALSE;
+}
+
+STDAPI DllRegisterServer() {
+    std::wstring path(32768, L'\0');
+    path.resize(::GetModuleFileNameW(thisModule, path.data(), static_cast<DWORD>(path.size())));
+    const std::wstring classKey = std::wstring(L"CLSID\\") + kClassIdText;
+    const bool isDone = !path.empty() &&
+                        SetText(kStorageProgId, nullptr, L"Storage component (stand-in)") &&
+                        SetText(std::wstring(kStorageProgId) + L"\\CLSID", nullptr, kClassIdText) &&
+                        SetText(classKey, nullptr, L"Storage component (stand-in)") &&
+                        SetText(classKey + L"\\ProgID", nullptr, kStorageProgId) &&
+                        SetText(classKey + L"\\InprocServer32", nullptr, path) &&
+                        SetText(classKey + L"\\InprocServer32", L"ThreadingModel", L"Both");
+    return isDone ? S_OK : SELFREG_E_CLASS;
+}
+
+STDAPI DllUnregisterServer() {
+    const std::wstring classKey = std::wstring(L"CLSID\\") + kClassIdText;
+    bool isDone = true;
+    for (const std::wstring& key : {std::wstring(kStorageProgId), classKey}) {
+        const LSTATUS status = ::RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
+        isDone = isDone && (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND);
+    }
+    return isDone ? S_OK : SELFREG_E_CLASS;
+}
