@@ -9,12 +9,14 @@ import argparse
 import difflib
 import fcntl
 import json
+import math
 import os
 import re
 import shlex
 import shutil
 import subprocess
 import sys
+import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -34,8 +36,9 @@ STAND_INS = {
 NOT_INPUT = {
     "command", "console", "store.xml", "store.after.xml", "registry", "server", "state.json",
     "state.after.json", "adapters", "env", "without", "calls", "trace", "dt.log", "gui",
-    "gui.expected", "README.md",
+    "gui.expected", "sample", "README.md",
 }
+SAMPLE = ROOT / "lab" / "sample"
 
 
 class Failure(Exception):
@@ -71,6 +74,7 @@ class Masks:
             text = windows_path(path)
             self.folders += [(text.replace("\\", "\\\\"), name), (text, name)]
         self.random_macs = []
+        self.started = time.time()
 
     def learn(self, text):
         """Random tails are what the MAC update itself says it has drawn."""
@@ -86,8 +90,21 @@ class Masks:
             tail = f"<random {number}>"
             text = text.replace(mac, "00-04-70-" + tail)
             text = text.replace(mac.replace("-", ""), "000470" + tail)
+        text = re.sub(r'(": )?(?<!\d)(1[3-9]\d{16})(?!\d)', self.relative_time, text)
         # The diagnostics' own log begins its lines with the local time.
         return re.sub(r"^\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text, flags=re.M)
+
+
+    def relative_time(self, match):
+        """A FILETIME as the distance from the run, which is the lease duration; in JSON quoted."""
+        unix = int(match[2]) / 1e7 - 11644473600
+        longest = int(unix - self.started)
+        shortest = math.ceil(unix - time.time())
+        # A run of more than a second leaves a choice: leases are round numbers.
+        roundest = max(range(shortest, longest + 1), default=longest,
+                       key=lambda seconds: len(str(seconds)) - len(str(seconds).rstrip("0")))
+        text = f"<now + {roundest} s>"
+        return f'": "{text}"' if match[1] else text
 
 
 def registry_value(kind, data):
@@ -193,15 +210,24 @@ class Scenario:
         for entry in self.source.iterdir():
             if entry.is_file() and entry.name not in NOT_INPUT:
                 shutil.copyfile(entry, self.folders["work"] / entry.name)
-        for name, target in (("store.xml", self.folders["data"] / "Zephon.XML"),
-                             ("state.json", self.state), ("server", self.base / "server")):
-            if (self.source / name).exists():
-                shutil.copyfile(self.source / name, target)
-        adapters = self.source / "adapters"
-        (self.base / "adapters").write_bytes(adapters.read_bytes() if adapters.exists() else b"")
+        (self.base / "adapters").touch()  # rather none than the machine's own
+        store = self.folders["data"] / "Zephon.XML"
+        sources = [("store.xml", store), ("state.json", self.state),
+                   ("server", self.base / "server"), ("adapters", self.base / "adapters")]
+        inputs = [(self.source / name, target) for name, target in sources]
+        with_sample = (self.source / "sample").exists()
+        if with_sample:
+            inputs = [(SAMPLE / "Zephon.XML", store),
+                      (SAMPLE / "adapters.txt", self.base / "adapters")] + inputs
+        for source, target in inputs:
+            if source.exists():
+                shutil.copyfile(source, target)
 
         script = registry_script(lines_of(self.source / "registry"), self.substitute,
                                  self.folders, STAND_INS["storage"] not in missing)
+        if with_sample:
+            interfaces = (SAMPLE / "interfaces.reg").read_text(encoding="utf-8")
+            script += interfaces.partition("\n")[2].replace("\n", "\r\n")
         (self.base / "settings.reg").write_text(script, encoding="utf-16", newline="")
         self.wine(["regedit", "/S", windows_path(self.base / "settings.reg")])
 
@@ -267,8 +293,8 @@ class Scenario:
         self.actual["store.after.xml"] = (
             store.read_text(encoding="utf-8", newline="").replace("\r\n", "\n")
             if store.exists() else "")
-        state = json.loads(self.state.read_text(encoding="utf-8")) if self.state.exists() else None
-        self.actual["state.after.json"] = json.dumps(state, indent=2, ensure_ascii=False) + "\n"
+        self.actual["state.after.json"] = (
+            self.state.read_text(encoding="utf-8") if self.state.exists() else "null\n")
         for made in sorted(self.folders["work"].rglob("*")):
             if made.is_file():
                 name = "files/" + str(made.relative_to(self.folders["work"]))
@@ -284,7 +310,9 @@ class Scenario:
         self.actual = {name: self.masks.apply(text) for name, text in self.actual.items()}
 
     def trace_lines(self):
-        return self.text_of(self.trace.read_bytes()) if self.trace.exists() else ""
+        """Level, file tag, function tag and text; line numbers would change with every edit."""
+        text = self.text_of(self.trace.read_bytes()) if self.trace.exists() else ""
+        return re.sub(r"^(\d+\|[^|]*\|[^|]*)\|\d+\|", r"\1|", text, flags=re.M)
 
     def expected_files(self):
         """Name -> path; the console is part of every scenario, the others when they are there."""
