@@ -281,7 +281,7 @@ class Scenario:
 
     def collect(self):
         if self.journal.exists():
-            calls = self.journal.read_text(encoding="utf-8").replace("\r\n", "\n")
+            calls = self.journal.read_text(encoding="utf-8")
         else:
             calls = ""
         misuse = [line for line in calls.splitlines() if line.startswith("MISUSE")]
@@ -291,8 +291,7 @@ class Scenario:
         self.actual["trace"] = self.trace_lines()
         store = self.folders["data"] / "Zephon.XML"
         self.actual["store.after.xml"] = (
-            store.read_text(encoding="utf-8", newline="").replace("\r\n", "\n")
-            if store.exists() else "")
+            store.read_text(encoding="utf-8") if store.exists() else "")
         self.actual["state.after.json"] = (
             self.state.read_text(encoding="utf-8") if self.state.exists() else "null\n")
         for made in sorted(self.folders["work"].rglob("*")):
