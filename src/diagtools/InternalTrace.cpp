@@ -5,7 +5,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <memory>
+
+#include "diagtools/Handle.h"
 
 namespace DiagTools {
 namespace {
@@ -14,21 +15,15 @@ constexpr std::size_t kMessageChars = 32768;
 constexpr std::size_t kTimeChars = 64;
 constexpr LONGLONG kMaxFileBytes = 1024000;
 
-struct FileClose {
-    using pointer = HANDLE;
-    void operator()(HANDLE file) const noexcept { ::CloseHandle(file); }
-};
-using File = std::unique_ptr<HANDLE, FileClose>;
-
 /// Opens the file unshared and as itself: a link planted in the temporary directory under our name
 /// must not make an elevated run append to a file of the planter's choice.
-File OpenUnshared(const char* path, DWORD disposition) {
+Handle OpenUnshared(const char* path, DWORD disposition) {
     const HANDLE handle =
         ::CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, disposition,
                       FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
     if (handle == INVALID_HANDLE_VALUE)
         return nullptr;
-    File file(handle);
+    Handle file(handle);
     BY_HANDLE_FILE_INFORMATION info;
     if (!::GetFileInformationByHandle(handle, &info) || info.nNumberOfLinks > 1 ||
         (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
@@ -64,7 +59,7 @@ void CInternalTrace::Write(const char* format, ...) {
 
     char path[MAX_PATH + 16];
     LogPath(path);
-    File file = OpenUnshared(path, OPEN_ALWAYS);
+    Handle file = OpenUnshared(path, OPEN_ALWAYS);
     LARGE_INTEGER size;
     if (file && ::GetFileSizeEx(file.get(), &size) && size.QuadPart > kMaxFileBytes) {
         file.reset();

@@ -1,10 +1,44 @@
 #include "diagtools/ModuleStatistics.h"
 
+#include "diagtools/DiagTraceInfo.h"
+#include "diagtools/ModulePath.h"
+#include "diagtools/StatisticsMemory.h"
+
 namespace DiagTools {
+namespace {
 
-// Nothing is published yet; the call keeps its place in the start-up order.
-void CModuleStatistics::Initialize(HMODULE) {}
+std::uint32_t errorLines = 0;
+StatisticsSlot* ownSlot = nullptr;
 
-void CModuleStatistics::CountTraceLine(std::uint32_t) {}
+/// Lets go of the memory at process exit; lines traced after that are not shown.
+struct SharedStatistics {
+    ~SharedStatistics() { ownSlot = nullptr; }
+    CStatisticsMemory memory;
+};
+
+}  // namespace
+
+void CModuleStatistics::Initialize(HMODULE module) {
+    static SharedStatistics shared;
+    ModulePath path;
+    if (!ownSlot && GetModulePath(module, path) && shared.memory.Open())
+        ownSlot = shared.memory.Claim(path.fileName, ::GetCurrentProcessId(),
+                                      ProcessStartTime(::GetCurrentProcess()));
+}
+
+void CModuleStatistics::CountTraceLine(std::uint32_t level) {
+    if ((level & kTraceError) != 0)
+        ++errorLines;
+    if (!ownSlot)
+        return;
+    for (std::size_t bit = 0; level != 0; ++bit, level >>= 1) {
+        if ((level & 1) != 0)
+            ++ownSlot->traceLines[bit];
+    }
+}
+
+std::uint32_t CModuleStatistics::ErrorLines() {
+    return errorLines;
+}
 
 }  // namespace DiagTools

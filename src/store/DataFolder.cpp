@@ -4,17 +4,13 @@
 #include <cstring>
 #include <string>
 
+#include "diagtools/AnsiText.h"
 #include "store/RegistryText.h"
 
 namespace {
 
 bool IsSeparator(char c) {
     return c == '\\' || c == '/';
-}
-
-/// The next character's start. In a double-byte code page the second byte may be the code of "\".
-const char* Next(const char* text) {
-    return ::IsDBCSLeadByte(static_cast<BYTE>(*text)) && text[1] ? text + 2 : text + 1;
 }
 
 }  // namespace
@@ -26,7 +22,7 @@ HRESULT CreateDirectoryChain(const char* path) {
     while (*path) {
         const char* const token = path;
         while (*path && !IsSeparator(*path))
-            path = Next(path);
+            path = DiagTools::NextCharacter(path);
         if (path != token) {
             accumulated.append(token, path).append("\\");
             ::CreateDirectoryA(accumulated.c_str(), nullptr);
@@ -42,7 +38,7 @@ const char* CDataFolder::Get() {
         return m_path;
     ReadOrRecordPath();
     const char* last = m_path;
-    for (const char* at = m_path; *at; at = Next(at))
+    for (const char* at = m_path; *at; at = DiagTools::NextCharacter(at))
         last = at;
     if (IsSeparator(*last))
         m_path[last - m_path] = '\0';
