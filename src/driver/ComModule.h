@@ -1,0 +1,32 @@
+#pragma once
+
+#include <windows.h>
+
+#include <atomic>
+
+/// The program as a COM server. It has no classes; what others may hold of it are locks.
+class CComModule {
+public:
+    static CComModule& Instance();
+    CComModule(const CComModule&) = delete;
+    CComModule& operator=(const CComModule&) = delete;
+
+    /// An object or a client's lock keeps the module loaded. Returns the new count.
+    LONG Lock() { return ++m_lockCount; }
+    /// The last one, in a program that runs as a server, ends its message loop.
+    LONG Unlock();
+    /// Names the thread whose message loop serves COM clients; 0: the program is no server.
+    void SetServerThread(DWORD threadId) { m_serverThread = threadId; }
+
+    HRESULT GetClassObject(REFCLSID classId, REFIID interfaceId, void** object);
+    HRESULT CanUnloadNow() const { return m_lockCount == 0 ? S_OK : S_FALSE; }
+    /// Both succeed: without classes the registry holds nothing of this module.
+    HRESULT RegisterServer() { return S_OK; }
+    HRESULT UnregisterServer() { return S_OK; }
+
+private:
+    CComModule() = default;
+
+    std::atomic<LONG> m_lockCount{0};
+    std::atomic<DWORD> m_serverThread{0};
+};
