@@ -6,6 +6,8 @@
 
 #include <windows.h>
 
+#include <exception>
+
 #include "diagtools/DiagTraceInfo.h"
 
 namespace DiagTools {
@@ -36,3 +38,15 @@ HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
 
 #define LOG_IF_FAILED(...) LOG_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 #define RETURN_IF_FAILED(...) RETURN_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
+
+// One record's misfortune must not cost the others: what the statement throws (memory running out
+// over a text of data, say) is traced at level 1 and the loop goes on.
+#define CONTAIN_EXCEPTIONS(statement)                                           \
+    do {                                                                        \
+        try {                                                                   \
+            statement;                                                          \
+        } catch (const std::exception& dtException_) {                          \
+            DT_TRACE(DiagTools::kTraceError, "Record left out, exception [%s]", \
+                     dtException_.what());                                      \
+        }                                                                       \
+    } while (false)
