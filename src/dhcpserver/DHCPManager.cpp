@@ -9,6 +9,7 @@
 
 #include "dhcpserver/AddressRange.h"
 #include "dhcpserver/DhcpApiLibrary.h"
+#include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
 #include "store/IPAddressString.h"
 #include "store/TextConversion.h"
@@ -16,10 +17,6 @@
 namespace {
 
 constexpr char kTraceFile[] = "DHCPManager";
-
-// DHCP options (RFC 2132).
-constexpr DHCP_OPTION_ID kOptionRouter = 3;
-constexpr DHCP_OPTION_ID kOptionLeaseTime = 51;
 
 constexpr ULONGLONG kFileTimeUnitsPerSecond = 10'000'000;
 

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <boost/program_options.hpp>
+#include <boost/shared_ptr.hpp>
+#include <cstdint>
+#include <string>
+
+class CNetshCommands;
+class COutputMsg;
+
+/// Parses the command line and runs exactly one command. Nothing is returned: commands report their
+/// failures through the output channel and the trace.
+class CDHCPCommandParser {
+public:
+    CDHCPCommandParser();
+    virtual ~CDHCPCommandParser() = default;
+    CDHCPCommandParser(const CDHCPCommandParser&) = delete;
+    CDHCPCommandParser& operator=(const CDHCPCommandParser&) = delete;
+
+    void ExecuteCommands(int argc, const char* const* argv);
+    /// False, after tracing the reason, when the command line is not valid.
+    bool SetCommandLineOptions(int argc, const char* const* argv,
+                               const boost::program_options::options_description& description,
+                               boost::program_options::variables_map& variables);
+
+private:
+    using Description = boost::program_options::options_description;
+    using Variables = boost::program_options::variables_map;
+    using NetshWriter = boost::shared_ptr<CNetshCommands>;  // empty: no batch file
+    enum class DialogMode { Open, Save };
+
+    void ApplyGeneralOptions(const Variables& variables);
+    /// Runs the first command present in the fixed order, or prints the help.
+    void DispatchCommand(const Description& description, const Variables& variables);
+    void DisplayHelp(const Description& description);
+
+    // An empty file name asks for one; when there is still none, the command ends silently.
+    void ExecuteExportClientsCommand(std::string fileName, const NetshWriter& netshWriter,
+                                     bool showMessages);
+    void ExecuteExportScopesCommand(std::string fileName, const NetshWriter& netshWriter,
+                                    bool showMessages);
+    void ExecuteUpdateClientsCommand(std::string fileName);
+    void ExecuteUpdateScopesCommand(std::string fileName);
+    void ExecuteUpdateMACCommand();
+    void ExecuteUpdateScopesIpInfo();
+    void ExecuteErrorDescriptionCommand(std::uint32_t errorCode);
+    void ExecuteSilentModeCommand();
+    void ExecuteGenerateBatchCommand(const std::string& batchFileName);
+    void ExecuteSetDHCPServerIpCommand();
+    void ExecuteReservationCommand(const std::string& scopeId);
+
+    /// Tells the user when the server address is missing.
+    bool HasServerAddress();
+    bool ChooseFileName(std::string& fileName, const char* defaultName, DialogMode mode);
+    void Display(const std::string& message);
+    std::string CreateTempFileName();
+
+    // Kept the wrong way round as released: true unless the option is given, and handed on as the
+    // "from the registry" flag of the scopes' addresses.
+    bool m_useAdapterFlag = true;
+    std::uint32_t m_leaseDuration;  // seconds
+    std::string m_dhcpServerIp;
+    boost::shared_ptr<COutputMsg> m_output;
+    std::string m_batchFileName;
+};

@@ -1,0 +1,34 @@
+#include <windows.h>
+
+#include <exception>
+
+#include "diagtools/DiagTraceInfo.h"
+#include "diagtools/DiagTraceInfoRegister.h"
+#include "diagtools/EventLogWriter.h"
+#include "diagtools/ModuleStatistics.h"
+#include "driver/DHCPCommandParser.h"
+
+namespace {
+
+constexpr char kTraceFile[] = "main";
+
+}  // namespace
+
+/// Always 0: installers start this tool and take another code for a failed installation. What went
+/// wrong is said by the messages and the trace.
+int main(int argc, char** argv) {
+    // The tool runs elevated, from any folder: libraries planted there must never load.
+    ::SetDllDirectoryA("");
+    const HMODULE module = ::GetModuleHandleA(nullptr);
+    try {
+        DiagTools::CDiagTraceInfoRegister().Register(module);
+        DiagTools::CModuleStatistics::Initialize(module);
+        DiagTools::CEventLogWriter::Initialize(module, nullptr);
+        CDHCPCommandParser().ExecuteCommands(argc, argv);
+    } catch (const std::exception& escaped) {
+        DT_TRACE(DiagTools::kTraceError, "Command ended by exception [%s]", escaped.what());
+    } catch (...) {
+        DT_TRACE(DiagTools::kTraceError, "Command ended by an unknown exception");
+    }
+    return 0;
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <boost/weak_ptr.hpp>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "dhcpserver/DHCPClient.h"
+#include "dhcpserver/Lease.h"
+#include "driver/OutputMsg.h"
+#include "netsh/NetshCommands.h"
+#include "scopes/IpConf.h"
+#include "store/StorageAccess.h"
+
+/// Every operation on scopes (the store calls them segments). A scope id is the scope's network id
+/// as dotted text; it is the key of the scope in the store and its name on the DHCP server.
+///
+/// One object serves one command. Failures are traced; a failing record never stops the others.
+class CDHCPSegmentInfoImpl : public CStorageAccess {
+public:
+    using Output = boost::weak_ptr<COutputMsg>;
+    using NetshWriter = boost::shared_ptr<CNetshCommands>;  // empty: no batch file
+    using TextList = std::vector<std::string>;
+
+    /// For the server's address in the store.
+    explicit CDHCPSegmentInfoImpl(const Output& output);
+    /// For the addresses of the scopes in the store.
+    CDHCPSegmentInfoImpl(const Output& output, bool useRegistry);
+    /// For the export.
+    CDHCPSegmentInfoImpl(const Output& output, std::uint32_t leaseSeconds,
+                         const NetshWriter& netshCommands, bool useRegistry);
+    /// For the import.
+    CDHCPSegmentInfoImpl(const Output& output, const std::string& dhcpServer,
+                         std::uint32_t leaseSeconds);
+    /// For changing dynamic clients to reservations.
+    CDHCPSegmentInfoImpl(const Output& output, const std::string& dhcpServer,
+                         const NetshWriter& netshCommands);
+
+    /// Writes the scope CSV file, and netsh commands when there is a writer.
+    void GetDHCPInfo(const std::string& fileName);
+    HRESULT GetScopesList(TextList& scopeIds);
+    /// line, empty on entry, becomes the scope's CSV line; it stays empty when the store holds
+    /// nothing under the id.
+    HRESULT GetDHCPScopeInfo(const std::string& scopeId, std::string& line);
+
+    /// Creates the scopes of a CSV file on the DHCP server.
+    void SetDHCPInfo(const std::string& fileName);
+    /// E_FAIL for any failure, whatever the server's code was.
+    HRESULT SetDHCPScopeInfo(const std::string& line);
+
+    /// Writes the gateway's address and mask on each scope into the store.
+    void SetDHCPIpInfo();
+    HRESULT SetDHCPScopeIpInfo(const std::string& scopeId);
+
+    /// Records the DHCP server as the gateway's default one. Any text is taken as the address.
+    void SetDHCPIpAddress(const std::string& serverAddress);
+
+    /// Turns each pair of a reservation and a dynamic lease of the same host into one reservation,
+    /// on the server or as netsh commands. The server's Win32 code of what failed first (the list)
+    /// or last (a reservation), 0 when neither did.
+    HRESULT ChangeDynamicToReserved(const std::string& scopeId);
+    HRESULT ChangeAllDynamicToReserved(const std::string& scopeId, const ClientList& clients);
+
+private:
+    HRESULT AddScope(const TextList& fields);
+
+    /// The gateway's own address on the scope, from the source chosen; the outputs are written on a
+    /// match only.
+    HRESULT GetAdapterInfoForScope(const std::string& scopeId, std::string& address,
+                                   std::string& mask);
+    HRESULT GetAdapterInfoForScopeUsingIpConf(const std::string& scopeId, std::string& address,
+                                              std::string& mask);
+    HRESULT GetAdapterInfoForScopeUsingRegistry(const std::string& scopeId, std::string& address,
+                                                std::string& mask);
+    HRESULT GetAdapterInfoForScope(const Adapter& adapter, const std::string& scopeId,
+                                   std::string& address, std::string& mask);
+    HRESULT GetAdapterInfoForScope(const std::string& registryEntryLocation,
+                                   const std::string& scopeId, std::string& address,
+                                   std::string& mask);
+    /// Takes the pair over when its network id is the scope's.
+    bool MatchAddress(const std::string& foundAddress, const std::string& foundMask,
+                      std::uint32_t scopeNumber, std::string& address, std::string& mask);
+    std::uint32_t GetAdapterNetworkId(const std::string& address, const std::string& mask);
+    HRESULT GetInterfaceName(const std::string& registryEntryLocation, std::string& name);
+    HRESULT GetAdapterInterfaceAddresses(const std::string& registryEntryLocation,
+                                         TextList& addresses);
+    HRESULT GetAdapterInterfaceSubnetMasks(const std::string& registryEntryLocation,
+                                           TextList& masks);
+    HRESULT GetAdapterField(const std::string& registryEntryLocation, const char* valueName,
+                            TextList& texts);
+
+    /// The first dynamic client, in list order, under each first label of a host name in upper
+    /// case; borrows the clients.
+    using DynamicClients = std::unordered_map<std::string, const CDHCPClient*>;
+    bool FindDHCPClientWithSameName(const DynamicClients& clients, const std::string& nameToFind,
+                                    DWORD& ipAddress, HardwareAddress& hardwareAddress);
+    void WriteReservationChange(const CDHCPClient& reserved, DWORD dynamicAddress,
+                                const HardwareAddress& dynamicHardware);
+    void RemoveFromScope(const HardwareAddress& hardwareAddress, DWORD address,
+                         const std::string& scopeId);
+
+    std::string m_dhcpServer;
+    bool m_useRegistry = false;  // false: live adapters
+    Output m_output;
+    std::uint32_t m_leaseDuration = kDefaultLeaseSeconds;
+    NetshWriter m_netshCommands;
+};
