@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <utility>
+
 namespace lab {
 
 /// Closes its handle. INVALID_HANDLE_VALUE and null both count as none.
@@ -15,8 +17,11 @@ public:
             ::CloseHandle(handle_);
         }
     }
-    FileHandle(const FileHandle&) = delete;
-    FileHandle& operator=(const FileHandle&) = delete;
+    FileHandle(FileHandle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    FileHandle& operator=(FileHandle&& other) noexcept {
+        std::swap(handle_, other.handle_);  // the other one closes what was held here
+        return *this;
+    }
 
     HANDLE get() const { return handle_; }
     explicit operator bool() const { return handle_ != nullptr; }

@@ -1,0 +1,42 @@
+// The memory that calls hand to their caller, block by block as the remote procedure stub does.
+#pragma once
+
+#include <windows.h>
+
+#include <string_view>
+#include <unordered_set>
+
+#include "lab/dhcpserver/ServerState.h"
+
+namespace lab {
+
+/// A heap of its own that knows its live blocks. What is still live dies with it.
+class RpcMemory {
+public:
+    RpcMemory();
+    ~RpcMemory();
+    RpcMemory(const RpcMemory&) = delete;
+    RpcMemory& operator=(const RpcMemory&) = delete;
+
+    /// Zeroed bytes.
+    void* Allocate(size_t bytes);
+    template <class Record>
+    Record* Allocate(size_t count = 1) {
+        return static_cast<Record*>(Allocate(count * sizeof(Record)));
+    }
+    /// Null for no text; an empty text is a block, too.
+    WCHAR* Copy(const Text& text);
+    BYTE* Copy(std::string_view bytes);
+
+    /// Frees exactly this block, overwriting it first so that a later reader notices. False when
+    /// the address is no live block.
+    bool Free(void* block);
+
+    size_t LiveBlocks() const { return live_.size(); }
+
+private:
+    HANDLE heap_;
+    std::unordered_set<void*> live_;
+};
+
+}  // namespace lab
