@@ -1,0 +1,74 @@
+#include "clients/MACUpdateImpl.h"
+
+#include "diagtools/HResultCheck.h"
+#include "driver/FormatText.h"
+#include "driver/OutputMsg.h"
+
+namespace {
+
+constexpr char kTraceFile[] = "MACUpdateImpl";
+
+constexpr char kCheckingMac[] = "Client [%s] checking MAC [%s] -> ";     // name, MAC as stored
+constexpr char kPrefixInvalid[] = "Prefix invalid : changed to [%s]\n";  // new MAC
+constexpr char kDuplicated[] = "Duplicated : changed to [%s]\n";         // new MAC
+
+}  // namespace
+
+CMACUpdateImpl::CMACUpdateImpl(const boost::weak_ptr<COutputMsg>& output) : m_output(output) {}
+
+void CMACUpdateImpl::DoMACUpdate() {
+    m_usedMACs.clear();
+    LOG_IF_FAILED(Initialize());
+    DT_TRACE(DiagTools::kTraceDetail, "Retrieving client list");
+    if (m_storageAccess)
+        UpdateAllClients();
+    LOG_IF_FAILED(Uninitialize());
+}
+
+void CMACUpdateImpl::UpdateAllClients() {
+    CComVariant clientList;
+    if (FAILED(m_storageAccess->Enumerate(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, nullptr,
+                                          &clientList)) ||
+        !IsArrayOfVariants(clientList))
+        return;
+    DT_TRACE(DiagTools::kTraceDetail, "Clients list retrieved successfully");
+    for (const VARIANT& clientId : ArrayView(clientList))
+        if (clientId.vt == VT_BSTR)
+            CONTAIN_EXCEPTIONS(LOG_IF_FAILED(UpdateMACForClient(clientId.bstrVal)));
+}
+
+HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {
+    CComVariant clientName;
+    RETURN_IF_FAILED(m_storageAccess->get_Value(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, clientID,
+                                                clientNameEntry, &clientName));
+    RETURN_IF_FAILED(clientName.ChangeType(VT_BSTR));
+    CComVariant macAddress;
+    RETURN_IF_FAILED(m_storageAccess->get_Value(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, clientID,
+                                                MACEntry, &macAddress));
+    RETURN_IF_FAILED(macAddress.ChangeType(VT_BSTR));
+
+    const std::string storedMac = macAddress.Narrow();
+    CMACAddress clientMacAddress;
+    clientMacAddress.FromString(storedMac);
+    const std::string message = FormatText(kCheckingMac, clientName.Narrow(), storedMac);
+    if (clientMacAddress.IsPrefixValid()) {
+        DisplayThrough(m_output, message + "OK\n", true);
+        return S_OK;
+    }
+    clientMacAddress.SetPrefix(0x00, 0x04, 0x70);
+    const char* const outcome = MakeUnique(clientMacAddress) ? kPrefixInvalid : kDuplicated;
+    DisplayThrough(m_output, message + FormatText(outcome, clientMacAddress.ToString()), false);
+    RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, clientID,
+                                                MACEntry,
+                                                CComVariant(clientMacAddress.ToString().c_str())));
+    return S_OK;
+}
+
+bool CMACUpdateImpl::MakeUnique(CMACAddress& mac) {
+    bool kept = true;
+    while (!m_usedMACs.insert(mac.ToString()).second) {
+        kept = false;
+        mac.GenerateRandom(0x00, 0x04, 0x70);
+    }
+    return kept;
+}

@@ -1,0 +1,198 @@
+#include "netsh/NetshCommands.h"
+
+#include <boost/algorithm/string/erase.hpp>
+#include <fstream>
+
+#include "dhcpserver/AddressRange.h"
+#include "dhcpserver/DhcpOptions.h"
+#include "diagtools/HResultCheck.h"
+#include "driver/FormatText.h"
+#include "driver/OutputMsg.h"
+#include "store/IPAddressString.h"
+
+namespace {
+
+constexpr char kTraceFile[] = "NetshCommands";
+
+constexpr char kSeparator[] =
+    "REM ######################################################################\n";
+constexpr char kHeader[] = "REM Creating command file name for DHCP Server [%s]\n";  // server
+constexpr char kTrailer[] = "REM Commands are ready to update DHCP Server [%s]\n";   // server
+constexpr char kTrailerAdvice[] =
+    "REM Make sure you have sufficient privileges to modify DHCP server\n";
+
+constexpr char kAddingScope[] = "REM Adding scope [%s]\n";  // scope name
+// Client name, address, the same as a number, network id, MAC.
+constexpr char kAddingClient[] =
+    "REM Adding client [%s] with IP [%s : %#08lX] to scope [%s] with Mac Address [%s]\n";
+constexpr char kDeletingClient[] =
+    "REM Deleting client [%s] with IP [%s : %#08lX] from scope [%s] with Mac Address [%s]\n";
+
+// Each begins with the server. The arguments are not quoted: administrators' scripts read these
+// lines as they are.
+constexpr char kAddScope[] =  // network id, mask, scope name, comment
+    "netsh dhcp server %s add scope %s %s %s %s\n";
+constexpr char kAddRange[] =  // network id, first address, last address
+    "netsh dhcp server %s scope %s add iprange %s %s\n";
+constexpr char kAddExclusion[] =  // network id, first address, last address
+    "netsh dhcp server %s scope %s add excluderange %s %s\n";
+constexpr char kSetAddressOption[] =  // network id, option, address
+    "netsh dhcp server %s scope %s set optionvalue %lu IPADDRESS %s\n";
+constexpr char kSetNumberOption[] =  // network id, option, number
+    "netsh dhcp server %s scope %s set optionvalue %lu DWORD %lu\n";
+constexpr char kAddReservation[] =  // network id, address, MAC without "-", client name
+    "netsh dhcp server %s scope %s add reservedip %s %s %s\n";
+constexpr char kDeleteReservation[] =  // network id, address, MAC without "-"
+    "netsh dhcp server %s scope %s delete reservedip %s %s\n";
+
+constexpr char kAddingCommand[] = "Adding command -> ";
+
+constexpr char kClientTrace[] =  // client name, network id, address, mask, MAC
+    "Client Name [%s], Network ID [%s], IP Address [%s], Net Mask [%s], MAC [%s]";
+
+std::uint32_t ToNumber(const std::string& address) {
+    return CIPAddressString(address).Number();
+}
+
+std::string ToText(std::uint32_t address) {
+    return CIPAddressString(address).Text();
+}
+
+std::string ClientNetworkId(const std::string& address, const std::string& mask) {
+    return ToText(NetworkAddress(ToNumber(address), ToNumber(mask)));
+}
+
+std::string WithoutDashes(const std::string& mac) {
+    return boost::algorithm::erase_all_copy(mac, "-");
+}
+
+}  // namespace
+
+CNetshCommands::CNetshCommands(const boost::weak_ptr<COutputMsg>& output, const std::string& server,
+                               const std::string& fileName)
+    : m_fileName(fileName), m_server(server), m_output(output) {
+    if (m_fileName.empty())
+        return;
+    const std::ofstream emptied(m_fileName, std::ios::out | std::ios::trunc);
+    AddCommandToBatchFile(kSeparator, false);
+    AddCommandToBatchFile(FormatText(kHeader, m_server), false);
+    AddCommandToBatchFile(kSeparator, false);
+    AddCommandToBatchFile("\n", false);
+}
+
+CNetshCommands::~CNetshCommands() {
+    CONTAIN_EXCEPTIONS(WriteTrailer());
+}
+
+void CNetshCommands::WriteTrailer() {
+    AddCommandToBatchFile("\n", false);
+    AddCommandToBatchFile(kSeparator, false);
+    AddCommandToBatchFile(FormatText(kTrailer, m_server), false);
+    AddCommandToBatchFile(kTrailerAdvice, false);
+    AddCommandToBatchFile(kSeparator, false);
+}
+
+void CNetshCommands::AddCommandToBatchFile(const std::string& line, bool display) {
+    if (m_fileName.empty())
+        return;
+    DT_TRACE_TEXT(DiagTools::kTraceDetail, line.c_str());
+    std::ofstream(m_fileName, std::ios::out | std::ios::app) << line;
+    // The flag goes on as "verbose only": a quiet run shows no command, and the file is complete.
+    if (display)
+        DisplayThrough(m_output, kAddingCommand + line, display);
+}
+
+void CNetshCommands::AddCommentBlock(const std::string& comment) {
+    AddCommandToBatchFile("\n", false);
+    AddCommandToBatchFile(comment, false);
+    AddCommandToBatchFile("\n", false);
+}
+
+void CNetshCommands::AddScopeCommands(const std::string& scopeName, const std::string& networkId,
+                                      const std::string& scopeAddress, const std::string& mask,
+                                      const std::string& comment, std::uint32_t leaseSeconds) {
+    AddCommentBlock(FormatText(kAddingScope, scopeName));
+    AddDHCPScope(scopeName, networkId, mask, comment);
+    AddDHCPRangeForScope(networkId, mask);
+    ExcludeIpFromRange(networkId, scopeAddress);
+    SetRouterOption(networkId, scopeAddress);
+    SetLeaseDuration(networkId, leaseSeconds);
+}
+
+void CNetshCommands::AddDHCPScope(const std::string& scopeName, const std::string& networkId,
+                                  const std::string& mask, const std::string& comment) {
+    if (m_fileName.empty())
+        return;
+    DT_TRACE(DiagTools::kTraceDetail,
+             "Scope Name [%s], Network ID [%s], Net Mask [%s], Description [%s]", scopeName.c_str(),
+             networkId.c_str(), mask.c_str(), comment.c_str());
+    AddCommandToBatchFile(FormatText(kAddScope, m_server, networkId, mask, scopeName, comment),
+                          true);
+}
+
+void CNetshCommands::AddDHCPRangeForScope(const std::string& networkId, const std::string& mask) {
+    if (m_fileName.empty())
+        return;
+    const std::string first = ToText(FirstHostAddress(ToNumber(networkId)));
+    const std::string last = ToText(LastHostAddress(ToNumber(networkId), ToNumber(mask)));
+    DT_TRACE(DiagTools::kTraceDetail, "First address [%s], Last address [%s]", first.c_str(),
+             last.c_str());
+    AddCommandToBatchFile(FormatText(kAddRange, m_server, networkId, first, last), true);
+}
+
+void CNetshCommands::ExcludeIpFromRange(const std::string& networkId, const std::string& address) {
+    if (m_fileName.empty())
+        return;
+    // "Excluse" is kept as released: log searches match this word.
+    DT_TRACE(DiagTools::kTraceDetail, "Excluse IP [%s]", address.c_str());
+    AddCommandToBatchFile(FormatText(kAddExclusion, m_server, networkId, address, address), true);
+}
+
+void CNetshCommands::SetRouterOption(const std::string& networkId,
+                                     const std::string& routerAddress) {
+    if (m_fileName.empty())
+        return;
+    DT_TRACE(DiagTools::kTraceDetail, "Router option on IP [%s]", routerAddress.c_str());
+    AddCommandToBatchFile(
+        FormatText(kSetAddressOption, m_server, networkId, kOptionRouter, routerAddress), true);
+}
+
+void CNetshCommands::SetLeaseDuration(const std::string& networkId, std::uint32_t leaseSeconds) {
+    if (m_fileName.empty())
+        return;
+    const unsigned long seconds = leaseSeconds;
+    DT_TRACE(DiagTools::kTraceDetail, "Lease duration [%lu]", seconds);
+    AddCommandToBatchFile(
+        FormatText(kSetNumberOption, m_server, networkId, kOptionLeaseTime, seconds), true);
+}
+
+void CNetshCommands::ReservedClientAddressInDHCPScope(const std::string& clientName,
+                                                      const std::string& address,
+                                                      const std::string& mask,
+                                                      const std::string& mac) {
+    if (m_fileName.empty())
+        return;
+    const std::string networkId = ClientNetworkId(address, mask);
+    AddCommentBlock(
+        FormatText(kAddingClient, clientName, address, ToNumber(address), networkId, mac));
+    DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
+             address.c_str(), mask.c_str(), mac.c_str());
+    AddCommandToBatchFile(
+        FormatText(kAddReservation, m_server, networkId, address, WithoutDashes(mac), clientName),
+        true);
+}
+
+void CNetshCommands::DeleteClientAddressFromDHCPScope(const std::string& clientName,
+                                                      const std::string& address,
+                                                      const std::string& mask,
+                                                      const std::string& mac) {
+    if (m_fileName.empty())
+        return;
+    const std::string networkId = ClientNetworkId(address, mask);
+    AddCommentBlock(
+        FormatText(kDeletingClient, clientName, address, ToNumber(address), networkId, mac));
+    DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
+             address.c_str(), mask.c_str(), mac.c_str());
+    AddCommandToBatchFile(
+        FormatText(kDeleteReservation, m_server, networkId, address, WithoutDashes(mac)), true);
+}
