@@ -6,5 +6,5 @@ target_link_libraries(com_module PRIVATE project_warnings)
 
 # GNU ld ignores a definition file among the sources of an executable; as an argument it counts.
 set(com_exports "${CMAKE_CURRENT_LIST_DIR}/com.def")
-target_link_options(com_module INTERFACE "$<IF:$<CXX_COMPILER_ID:MSVC>,/DEF:,>${com_exports}")
+target_link_options(com_module INTERFACE "$<$<CXX_COMPILER_ID:MSVC>:/DEF:>${com_exports}")
 set_target_properties(com_module PROPERTIES INTERFACE_LINK_DEPENDS "${com_exports}")

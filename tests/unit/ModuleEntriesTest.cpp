@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include "diagtools/AnsiText.h"
+#include "diagtools/EventLogWriter.h"
+#include "driver/ComModule.h"
+
+namespace {
+
+/// By name, as a COM client finds them: the test program links the module like the tool does.
+template <class Function>
+Function* Entry(const char* name) {
+    return reinterpret_cast<Function*>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA(nullptr), name)));
+}
+
+TEST(ComModule, ExportsTheSelfRegistrationEntriesAndHasNoClasses) {
+    for (const char* name : {"DllRegisterServer", "DllUnregisterServer"}) {
+        SCOPED_TRACE(name);
+        auto* const entry = Entry<HRESULT STDAPICALLTYPE()>(name);
+        ASSERT_NE(entry, nullptr);
+        EXPECT_EQ(entry(), S_OK);
+    }
+    auto* const getClass =
+        Entry<HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**)>("DllGetClassObject");
+    ASSERT_NE(getClass, nullptr);
+    void* object = &object;
+    EXPECT_EQ(getClass(GUID_NULL, GUID_NULL, &object), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(getClass(GUID_NULL, GUID_NULL, nullptr), E_POINTER);
+}
+
+TEST(ComModule, UnloadsWithoutLocksOnlyAndThenEndsTheServersMessageLoop) {
+    auto* const canUnload = Entry<HRESULT STDAPICALLTYPE()>("DllCanUnloadNow");
+    ASSERT_NE(canUnload, nullptr);
+    EXPECT_EQ(canUnload(), S_OK);
+    CComModule& module = CComModule::Instance();
+    MSG message;
+    const auto quitPosted = [&message] {
+        return ::PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE) && message.message == WM_QUIT;
+    };
+    EXPECT_FALSE(quitPosted());  // also makes this thread's queue
+
+    module.Lock();
+    EXPECT_EQ(canUnload(), S_FALSE);
+    EXPECT_EQ(module.Unlock(), 0);
+    EXPECT_FALSE(quitPosted()) << "no server";
+
+    module.SetServerThread(::GetCurrentThreadId());
+    module.Lock();
+    module.Lock();
+    EXPECT_EQ(module.Unlock(), 1);
+    EXPECT_FALSE(quitPosted()) << "one lock is left";
+    module.Unlock();
+    EXPECT_TRUE(quitPosted());
+    module.SetServerThread(0);
+}
+
+TEST(EventLogWriter, NamesItsSourceAfterTheModuleUnlessToldOtherwise) {
+    const struct {
+        HMODULE module;
+        const char* sourceName;
+        const char* expected;
+    } rows[] = {
+        {nullptr, nullptr, "unit_tests"},
+        {::GetModuleHandleA("kernel32"), nullptr, "kernel32"},
+        {nullptr, "Named", "Named"},
+    };
+    for (const auto& row : rows) {
+        DiagTools::CEventLogWriter::Initialize(row.module, row.sourceName);
+        EXPECT_STRCASEEQ(DiagTools::CEventLogWriter::SourceName().c_str(), row.expected);
+    }
+}
+
+TEST(AnsiText, IsCutBetweenCharactersOnly) {
+    const struct {
+        const char* why;
+        const char* text;
+        std::size_t maxBytes;
+        std::size_t expected;
+    } rows[] = {
+        {"single bytes", "abc", 2, 2},
+        {"shorter than allowed", "abc", 9, 3},
+        {"nothing to cut", "", 9, 0},
+        {"both bytes of a character stay together", "a\x83\\b", 2, 1},
+        {"and come together", "a\x83\\b", 3, 3},
+        {"a lead byte without its second", "a\x83", 9, 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        EXPECT_EQ(DiagTools::WholeCharacters(row.text, row.maxBytes, 932), row.expected);
+    }
+}
+
+}  // namespace
