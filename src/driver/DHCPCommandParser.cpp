@@ -5,11 +5,14 @@
 #include <boost/algorithm/string.hpp>
 #include <boost/filesystem.hpp>
 #include <boost/make_shared.hpp>
+#include <cstdio>
 
 #include "clients/DHCPClientInfoImpl.h"
 #include "clients/MACUpdateImpl.h"
 #include "dhcpserver/Lease.h"
 #include "diagtools/DiagTraceInfo.h"
+#include "diagtools/EventLogWriter.h"
+#include "diagtools/ModuleStatistics.h"
 #include "driver/CommandLineOptions.h"
 #include "driver/DHCPErrorMsg.h"
 #include "driver/DriverTexts.h"
@@ -40,6 +43,39 @@ public:
 
 private:
     std::string m_name;
+};
+
+/// Tells the event log, at the end of a command, that it changed something or failed: on a gateway
+/// that is where an administrator finds later what an installer ran.
+class CommandSummary {
+public:
+    CommandSummary(const char* command, bool changes, bool refused)
+        : m_command(command), m_changes(changes), m_refused(refused) {}
+    ~CommandSummary() {
+        const unsigned long errors = DiagTools::CModuleStatistics::ErrorLines() - m_errorsBefore;
+        if (!m_changes && errors == 0)
+            return;
+        char text[256];
+        if (m_refused)
+            std::snprintf(text, sizeof(text), "Command [%s] not executed: no DHCP server address.",
+                          m_command);
+        else
+            std::snprintf(text, sizeof(text), "Command [%s] executed, error lines traced [%lu].",
+                          m_command, errors);
+        DiagTools::CEventLogWriter::Report(
+            m_refused || errors != 0 ? EVENTLOG_WARNING_TYPE : EVENTLOG_INFORMATION_TYPE,
+            kCommandEventId, text);
+    }
+    CommandSummary(const CommandSummary&) = delete;
+    CommandSummary& operator=(const CommandSummary&) = delete;
+
+private:
+    static constexpr DWORD kCommandEventId = 1;
+
+    const char* m_command;  // the option's name
+    bool m_changes;
+    bool m_refused;
+    std::uint32_t m_errorsBefore = DiagTools::CModuleStatistics::ErrorLines();
 };
 
 }  // namespace
@@ -92,34 +128,62 @@ void CDHCPCommandParser::ApplyGeneralOptions(const Variables& variables) {
 
 void CDHCPCommandParser::DispatchCommand(const Description& description,
                                          const Variables& variables) {
-    const auto given = [&variables](const char* option) { return variables.count(option) != 0; };
-    const auto text = [&variables](const char* option) {
-        return variables[option].as<std::string>();
+    using Parser = CDHCPCommandParser;
+    using Value = po::variable_value;
+    struct Command {
+        const char* option;
+        bool changes;      // the store, the server or a batch file
+        bool needsServer;  // checked, and said to the user, by the command itself
+        void (*run)(Parser&, const Value&);
     };
-    if (given(kOptionExportClients))
-        ExecuteExportClientsCommand(text(kOptionExportClients), NetshWriter(), true);
-    else if (given(kOptionExportScopes))
-        ExecuteExportScopesCommand(text(kOptionExportScopes), NetshWriter(), true);
-    else if (given(kOptionUpdateMAC))
-        ExecuteUpdateMACCommand();
-    else if (given(kOptionScopesIPInfo))
-        ExecuteUpdateScopesIpInfo();
-    else if (given(kOptionErrorDesc))
-        ExecuteErrorDescriptionCommand(variables[kOptionErrorDesc].as<unsigned int>());
-    else if (given(kOptionUpdateClients))
-        ExecuteUpdateClientsCommand(text(kOptionUpdateClients));
-    else if (given(kOptionUpdateScopes))
-        ExecuteUpdateScopesCommand(text(kOptionUpdateScopes));
-    else if (given(kOptionGenerateBatch))
-        ExecuteGenerateBatchCommand(text(kOptionGenerateBatch));
-    else if (given(kOptionAutoUpdate))
-        ExecuteSilentModeCommand();
-    else if (given(kOptionSetDhcpServerIp))
-        ExecuteSetDHCPServerIpCommand();
-    else if (given(kOptionReservation))
-        ExecuteReservationCommand(text(kOptionReservation));
-    else
-        DisplayHelp(description);
+    // The first one present runs. The values of the commands without a file are not used.
+    static constexpr Command kCommands[] = {
+        {kOptionExportClients, false, false,
+         [](Parser& parser, const Value& file) {
+             parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true);
+         }},
+        {kOptionExportScopes, false, false,
+         [](Parser& parser, const Value& file) {
+             parser.ExecuteExportScopesCommand(file.as<std::string>(), NetshWriter(), true);
+         }},
+        {kOptionUpdateMAC, true, false,
+         [](Parser& parser, const Value&) { parser.ExecuteUpdateMACCommand(); }},
+        {kOptionScopesIPInfo, true, false,
+         [](Parser& parser, const Value&) { parser.ExecuteUpdateScopesIpInfo(); }},
+        {kOptionErrorDesc, false, false,
+         [](Parser& parser, const Value& code) {
+             parser.ExecuteErrorDescriptionCommand(code.as<unsigned int>());
+         }},
+        {kOptionUpdateClients, true, true,
+         [](Parser& parser, const Value& file) {
+             parser.ExecuteUpdateClientsCommand(file.as<std::string>());
+         }},
+        {kOptionUpdateScopes, true, true,
+         [](Parser& parser, const Value& file) {
+             parser.ExecuteUpdateScopesCommand(file.as<std::string>());
+         }},
+        {kOptionGenerateBatch, true, true,
+         [](Parser& parser, const Value& file) {
+             parser.ExecuteGenerateBatchCommand(file.as<std::string>());
+         }},
+        {kOptionAutoUpdate, true, true,
+         [](Parser& parser, const Value&) { parser.ExecuteSilentModeCommand(); }},
+        {kOptionSetDhcpServerIp, true, true,
+         [](Parser& parser, const Value&) { parser.ExecuteSetDHCPServerIpCommand(); }},
+        {kOptionReservation, true, true,
+         [](Parser& parser, const Value& scopeId) {
+             parser.ExecuteReservationCommand(scopeId.as<std::string>());
+         }},
+    };
+    for (const Command& command : kCommands) {
+        if (variables.count(command.option) == 0)
+            continue;
+        const CommandSummary summary(command.option, command.changes,
+                                     command.needsServer && m_dhcpServerIp.empty());
+        command.run(*this, variables[command.option]);
+        return;
+    }
+    DisplayHelp(description);
 }
 
 void CDHCPCommandParser::DisplayHelp(const Description& description) {
