@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <cwchar>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -49,11 +50,16 @@ private:
 class Library {
 public:
     Library(const wchar_t* dll, const std::map<std::wstring, std::wstring>& settings) {
-        for (const wchar_t* const name :
-             {L"DHCPLAB_JOURNAL", L"DHCPLAB_FAULTS", L"DHCPLAB_TRACE", L"DHCPLAB_TRACE_MASK",
-              L"DHCPLAB_TRACE_FAIL", L"DHCPLAB_TRACE_COUNT", L"DHCPLAB_ADAPTERS"}) {
-            const auto set = settings.find(name);
-            ::SetEnvironmentVariableW(name, set == settings.end() ? nullptr : set->second.c_str());
+        wchar_t* const block = ::GetEnvironmentStringsW();
+        for (const wchar_t* entry = block; *entry; entry += std::wcslen(entry) + 1) {
+            const std::wstring text = entry;
+            if (text.rfind(L"DHCPLAB_", 0) == 0) {
+                ::SetEnvironmentVariableW(text.substr(0, text.find(L'=')).c_str(), nullptr);
+            }
+        }
+        ::FreeEnvironmentStringsW(block);
+        for (const auto& [name, value] : settings) {
+            ::SetEnvironmentVariableW(name.c_str(), value.c_str());
         }
         module_.reset(::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str()));
     }
