@@ -292,7 +292,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingRegistry(const std::str
         DT_TRACE(DiagTools::kTraceError, "Unable to open registry key [%s]", kInterfacesKey);
         return E_FAIL;
     }
-    char subkey[256];  // a key's name has at most 255 characters
+    char subkey[2 * 255 + 1];  // a key's name has at most 255 characters, of two bytes each
     for (DWORD index = 0;; ++index) {
         DWORD chars = static_cast<DWORD>(std::size(subkey));
         if (::RegEnumKeyExA(interfaces.get(), index, subkey, &chars, nullptr, nullptr, nullptr,
