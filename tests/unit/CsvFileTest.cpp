@@ -1,0 +1,68 @@
+#include "clients/CsvFile.h"
+
+#include <gtest/gtest.h>
+
+#include "TempFile.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+Texts EntriesOf(const std::string& path) {
+    Texts entries;
+    ForEachCsvEntry(path, [&entries](const std::string& line) { entries.push_back(line); });
+    return entries;
+}
+
+TEST(CsvFile, EntriesAreTheLinesBehindTheHeaderThatSaySomething) {
+    const struct {
+        const char* why;
+        std::string bytes;
+        Texts expected;
+    } rows[] = {
+        {"as exported", "Name, MAC\r\n\r\na, 1\r\nb, 2\r\n", {"a, 1", "b, 2"}},
+        {"LF, no end of the last line", "h\na\nb", {"a", "b"}},
+        {"a CR left on the last field would lose the reservation",
+         "h\r\na,Reserved\r",
+         {"a,Reserved"}},
+        {"CR elsewhere is data", "h\na\rb\r\r\n", {"a\rb\r"}},
+        {"the first line is the header, even when empty", "\na\n", {"a"}},
+        {"only \"#\" in the first column is a comment", "h\n#a\n #b\n", {" #b"}},
+        {"a stray Ctrl-Z does not end the file", "h\na\x1a\nb\n", {"a\x1a", "b"}},
+        {"bytes outside ASCII", "h\n\xe9\xff\n", {"\xe9\xff"}},
+        {"header only", "h", {}},
+        {"empty", "", {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const TempFile file("csv-test.csv");
+        file.Write(row.bytes);
+        EXPECT_EQ(EntriesOf(file.Path()), row.expected);
+    }
+    EXPECT_EQ(EntriesOf(TempFile("csv-test-absent.csv").Path()), Texts());
+}
+
+TEST(CsvFile, EachCommaSeparatesTwoFieldsAndOnlyBlanksAndTabsAreTrimmed) {
+    const struct {
+        const char* why;
+        std::string line;
+        Texts expected;
+    } rows[] = {
+        {"blanks and tabs at both ends", "PC-1 ,\t 10.1.0.5\t", {"PC-1", "10.1.0.5"}},
+        {"adjacent and outer commas give empty fields", ",a,,b, ", {"", "a", "", "b", ""}},
+        {"nothing is quoted", "\"a,b\"", {"\"a", "b\""}},
+        {"blanks inside, other white space and no-break space stay",
+         "a  b,\va\r,\xa0",
+         {"a  b", "\va\r", "\xa0"}},
+        {"no comma", "", {""}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        Texts fields = SplitCsvFields(row.line);
+        for (std::string& field : fields)
+            TrimCsvField(field);
+        EXPECT_EQ(fields, row.expected);
+    }
+}
+
+}  // namespace
