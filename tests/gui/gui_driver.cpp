@@ -3,8 +3,10 @@
 ///   wait "title"        until a visible window has this title; it is the one worked on
 ///   texts               prints class, id and text of every control
 ///   layout W H          prints the controls' places in dialog units; the dialog is W x H units
+///   text ID             prints the text of the edit control
 ///   set ID "text"       puts a text into the edit control
 ///   click ID            presses the button
+///   escape              presses the Escape key in the window's first edit control
 ///   close               asks the window to close
 ///   gone                until the window is no longer there
 ///
@@ -153,6 +155,12 @@ bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
         PrintLayout(window, width, height);
         return true;
     }
+    if (step == "text") {
+        arguments >> id;
+        HWND edit = FindControl(window, id, "Edit");
+        std::cout << "  " << Quoted(TextOf(edit)) << '\n';
+        return edit != nullptr;
+    }
     if (step == "set") {
         arguments >> id;
         const std::string text = ReadQuoted(arguments);
@@ -164,6 +172,10 @@ bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
         arguments >> id;
         HWND button = FindControl(window, id, "Button");
         return button && ::PostMessageA(button, BM_CLICK, 0, 0);
+    }
+    if (step == "escape") {
+        HWND edit = ::FindWindowExA(window, nullptr, "Edit", nullptr);
+        return edit && ::PostMessageA(edit, WM_KEYDOWN, VK_ESCAPE, 0);
     }
     if (step == "close") {
         return ::PostMessageA(window, WM_CLOSE, 0, 0);

@@ -35,7 +35,8 @@ STAND_INS = {
 # Files of a scenario that are not put into the program's current folder.
 NOT_INPUT = {
     "command", "console", "store.xml", "store.after.xml", "registry", "server", "state.json",
-    "state.after.json", "adapters", "env", "without", "calls", "trace", "dt.log", "gui",
+    "state.after.json", "adapters", "env", "without", "calls", "trace", "dt.log", "events",
+    "gui",
     "gui.expected", "sample", "README.md",
 }
 SAMPLE = ROOT / "lab" / "sample"
@@ -170,17 +171,24 @@ class Scenario:
         self.journal = self.base / "calls"
         self.trace = self.base / "trace"
         self.masks = Masks(self.folders)
-        self.prefix = build / "wine-scenarios"
+        self.without = set(lines_of(self.source / "without"))
+        self.without_display = "display" in self.without
+        self.without.discard("display")
+        # A prefix where something ran without a display opens no windows for a while.
+        self.prefix = build / ("wine-no-display" if self.without_display else "wine-scenarios")
         self.actual = {}
 
-    def substitute(self, text):
+    def substitute(self, text, escaped=False):
         for name, path in self.folders.items():
-            text = text.replace(f"<{name}>", windows_path(path))
+            path = windows_path(path)
+            text = text.replace(f"<{name}>", path.replace("\\", "\\\\") if escaped else path)
         return text
 
     def environment(self):
         env = {name: value for name, value in os.environ.items()
                if not name.startswith(("DHCPLAB_", "WINE", "DISPLAY"))}
+        if self.without_display:
+            env["DISPLAY"] = ":9999"
         env.update({"WINEPREFIX": str(self.prefix), "TZ": "UTC",
                     "DHCPLAB_JOURNAL": windows_path(self.journal),
                     "DHCPLAB_SERVER_STATE": windows_path(self.state),
@@ -188,6 +196,8 @@ class Scenario:
                     "DHCPLAB_ADAPTERS": windows_path(self.base / "adapters")})
         if (self.base / "server").exists():
             env["DHCPLAB_FAULTS"] = windows_path(self.base / "server")
+        if (self.source / "events").exists():
+            env["WINEDEBUG"] = "-all,trace+eventlog,warn+eventlog,err+eventlog"
         for line in lines_of(self.source / "env"):
             name, _, value = line.partition("=")
             env[name.strip()] = self.substitute(value.strip())
@@ -197,10 +207,9 @@ class Scenario:
         shutil.rmtree(self.base, ignore_errors=True)
         for folder in self.folders.values():
             folder.mkdir(parents=True)
-        without = lines_of(self.source / "without")
-        for unknown in set(without) - set(STAND_INS):
+        for unknown in self.without - set(STAND_INS):
             raise Failure(f"without: unknown stand-in {unknown}")
-        missing = {STAND_INS[name] for name in without}
+        missing = {STAND_INS[name] for name in self.without}
         for program in self.lab.iterdir():
             if program.suffix in (".exe", ".dll") and program.name not in missing:
                 try:
@@ -236,6 +245,15 @@ class Scenario:
                               stdin=subprocess.DEVNULL, cwd=self.folders["work"],
                               timeout=TIMEOUT_SECONDS, **options)
 
+    def wine_output(self, command):
+        """Files, not pipes: the desktop that Wine starts with a first window inherits them, lives
+        longer than the program, and would keep us waiting for the end of a pipe."""
+        with open(self.base / "stdout", "w+b") as out, open(self.base / "stderr", "w+b") as err:
+            done = self.wine(command, stdout=out, stderr=err)
+            out.seek(0)
+            err.seek(0)
+            return done, self.text_of(out.read()), self.text_of(err.read())
+
     def run_commands(self):
         text = (self.source / "command").read_text(encoding="utf-8")
         runs = [line for line in text.splitlines() if not line.startswith("#")]
@@ -245,15 +263,26 @@ class Scenario:
             words = words_of(self.substitute(line[1:] if other else line))
             program = words.pop(0) if other else "dhcpmigrate"
             path = windows_path(self.folders["program"] / (program + ".exe"))
-            done = self.wine([path] + words, capture_output=True)
+            done, output, errors = self.wine_output([path] + words)
             if done.returncode != 0:
                 raise Failure(f"{program} {line}: exit code {done.returncode}")
-            if done.stderr:
-                raise Failure(f"{program} {line}: wrote to stderr: {done.stderr!r}")
+            errors = self.take_events(errors)
+            if errors:
+                raise Failure(f"{program} {line}: wrote to stderr: {errors!r}")
             if len(runs) > 1:
                 console.append(f"$ {program} {line.lstrip('!').strip()}\n")
-            console.append(self.text_of(done.stdout))
+            console.append(output)
         return "".join(console)
+
+    def take_events(self, errors):
+        """Wine has no event log; it says on stderr what would be written."""
+        kinds = {"trace": "information", "warn": "warning", "err": "error"}
+        # Wine's own remark when a file dialog looks at the drives.
+        errors = re.sub(r"^wine: Read access denied for device .*\n", "", errors, flags=re.M)
+        event = re.compile(r'^[0-9a-f]+:(\w+):eventlog:ReportEventW L"(.*)"\n', re.M)
+        self.actual["events"] += "".join(
+            f"{kinds[kind]} {text}\n" for kind, text in event.findall(errors))
+        return event.sub("", errors)
 
     @staticmethod
     def text_of(data):
@@ -261,21 +290,23 @@ class Scenario:
 
     def run(self):
         self.prepare()
+        self.actual["events"] = ""
         driver = None
         if (self.source / "gui").exists():
             script = self.base / "gui"
-            script.write_text(self.substitute((self.source / "gui").read_text(encoding="utf-8")),
-                              encoding="cp1252")
-            driver = subprocess.Popen([WINE_ENV, str(self.gui_driver), windows_path(script)],
-                                      env=self.environment(), stdin=subprocess.DEVNULL,
-                                      stdout=subprocess.PIPE)
+            steps = (self.source / "gui").read_text(encoding="utf-8")
+            script.write_text(self.substitute(steps, escaped=True), encoding="cp1252")
+            with open(self.base / "gui.expected", "wb") as seen:
+                driver = subprocess.Popen([WINE_ENV, str(self.gui_driver), windows_path(script)],
+                                          env=self.environment(), stdin=subprocess.DEVNULL,
+                                          stdout=seen)
         try:
             console = self.run_commands()
         finally:
             if driver:
-                gui, _ = driver.communicate(timeout=TIMEOUT_SECONDS)
+                driver.wait(timeout=TIMEOUT_SECONDS)
         if driver:
-            self.actual["gui.expected"] = self.text_of(gui)
+            self.actual["gui.expected"] = self.text_of((self.base / "gui.expected").read_bytes())
         self.actual["console"] = console
         self.collect()
 
@@ -316,7 +347,7 @@ class Scenario:
     def expected_files(self):
         """Name -> path; the console is part of every scenario, the others when they are there."""
         paths = {name: self.source / name for name in
-                 ("console", "gui.expected", "calls", "trace", "store.after.xml",
+                 ("console", "gui.expected", "calls", "trace", "events", "store.after.xml",
                   "state.after.json", "dt.log")}
         paths = {name: path for name, path in paths.items() if path.exists()}
         paths["console"] = self.source / "console"
