@@ -92,6 +92,9 @@ class Masks:
             text = text.replace(mac, "00-04-70-" + tail)
             text = text.replace(mac.replace("-", ""), "000470" + tail)
         text = re.sub(r'(": )?(?<!\d)(1[3-9]\d{16})(?!\d)', self.relative_time, text)
+        # lab_statistics: process id and start time.
+        text = re.sub(r"^(\S+\.exe) +\d+  (running|ended  )  [-\d]{10} [:\d]{8}",
+                      r"\1 <process> \2 <time>", text, flags=re.M)
         # The diagnostics' own log begins its lines with the local time.
         return re.sub(r"^\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text, flags=re.M)
 
