@@ -12,13 +12,21 @@ namespace {
 
 constexpr char kTraceFile[] = "main";
 
+/// The tool runs elevated, from any folder: libraries planted there must never load. The folder set
+/// here is searched instead of the current one; the system's own is searched anyway. (An empty text
+/// is to do the same, but Wine goes on searching the current folder then.)
+void KeepCurrentFolderOutOfDllSearch() {
+    char systemFolder[MAX_PATH];
+    const UINT length = ::GetSystemDirectoryA(systemFolder, MAX_PATH);
+    ::SetDllDirectoryA(length > 0 && length < MAX_PATH ? systemFolder : "");
+}
+
 }  // namespace
 
 /// Always 0: installers start this tool and take another code for a failed installation. What went
 /// wrong is said by the messages and the trace.
 int main(int argc, char** argv) {
-    // The tool runs elevated, from any folder: libraries planted there must never load.
-    ::SetDllDirectoryA("");
+    KeepCurrentFolderOutOfDllSearch();
     const HMODULE module = ::GetModuleHandleA(nullptr);
     try {
         DiagTools::CDiagTraceInfoRegister().Register(module);
