@@ -71,27 +71,22 @@ void CDHCPClientInfoImpl::GetDHCPInfo(const std::string& fileName) {
     if (FAILED(Initialize()))
         return;
     DT_TRACE(DiagTools::kTraceDefault, "Default output file [%s]", fileName.c_str());
-    ExportClients(fileName);
-    Uninitialize();
-}
-
-void CDHCPClientInfoImpl::ExportClients(const std::string& fileName) {
     std::ofstream file(fileName, std::ios::out | std::ios::trunc);
-    if (!file)
-        return;
+    const bool opened = file.is_open();
     file << kCsvHeader;
-    CComVariant clientList;
-    if (SUCCEEDED(m_storageAccess->Enumerate(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, nullptr,
-                                             &clientList)) &&
-        IsArrayOfVariants(clientList)) {
+    if (CComVariant clientList; opened &&
+                                SUCCEEDED(m_storageAccess->Enumerate(
+                                    E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, nullptr, &clientList)) &&
+                                IsArrayOfVariants(clientList)) {
         DT_TRACE(DiagTools::kTraceDetail, "Client list retrieved successfully");
         for (const VARIANT& client : ArrayView(clientList))
             if (client.vt == VT_BSTR)
                 CONTAIN_EXCEPTIONS(ExportClient(client.bstrVal, file));
     }
     file.close();
-    if (!file)
+    if (opened && !file)
         DT_TRACE(DiagTools::kTraceError, "Unable to write output file [%s]", fileName.c_str());
+    Uninitialize();
 }
 
 void CDHCPClientInfoImpl::ExportClient(BSTR clientGuid, std::ostream& file) {

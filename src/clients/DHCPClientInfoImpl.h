@@ -43,7 +43,6 @@ public:
     DWORD AddClientToServer(const std::vector<std::string>& fields);
 
 private:
-    void ExportClients(const std::string& fileName);
     void ExportClient(BSTR clientGuid, std::ostream& file);
 
     std::string m_dhcpServer;

@@ -20,21 +20,16 @@ void CMACUpdateImpl::DoMACUpdate() {
     m_usedMACs.clear();
     LOG_IF_FAILED(Initialize());
     DT_TRACE(DiagTools::kTraceDetail, "Retrieving client list");
-    if (m_storageAccess)
-        UpdateAllClients();
+    if (CComVariant clientList; m_storageAccess &&
+                                SUCCEEDED(m_storageAccess->Enumerate(
+                                    E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, nullptr, &clientList)) &&
+                                IsArrayOfVariants(clientList)) {
+        DT_TRACE(DiagTools::kTraceDetail, "Clients list retrieved successfully");
+        for (const VARIANT& clientId : ArrayView(clientList))
+            if (clientId.vt == VT_BSTR)
+                CONTAIN_EXCEPTIONS(LOG_IF_FAILED(UpdateMACForClient(clientId.bstrVal)));
+    }
     LOG_IF_FAILED(Uninitialize());
-}
-
-void CMACUpdateImpl::UpdateAllClients() {
-    CComVariant clientList;
-    if (FAILED(m_storageAccess->Enumerate(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, nullptr,
-                                          &clientList)) ||
-        !IsArrayOfVariants(clientList))
-        return;
-    DT_TRACE(DiagTools::kTraceDetail, "Clients list retrieved successfully");
-    for (const VARIANT& clientId : ArrayView(clientList))
-        if (clientId.vt == VT_BSTR)
-            CONTAIN_EXCEPTIONS(LOG_IF_FAILED(UpdateMACForClient(clientId.bstrVal)));
 }
 
 HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {

@@ -28,8 +28,6 @@ public:
     bool MakeUnique(CMACAddress& mac);
 
 private:
-    void UpdateAllClients();
-
     std::set<std::string> m_usedMACs;
     boost::weak_ptr<COutputMsg> m_output;
 };

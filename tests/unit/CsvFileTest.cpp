@@ -22,14 +22,11 @@ TEST(CsvFile, EntriesAreTheLinesBehindTheHeaderThatSaySomething) {
     } rows[] = {
         {"as exported", "Name, MAC\r\n\r\na, 1\r\nb, 2\r\n", {"a, 1", "b, 2"}},
         {"LF, no end of the last line", "h\na\nb", {"a", "b"}},
-        {"a CR left on the last field would lose the reservation",
-         "h\r\na,Reserved\r",
-         {"a,Reserved"}},
+        {"a CR left would lose the reservation", "h\r\na,Reserved\r", {"a,Reserved"}},
         {"CR elsewhere is data", "h\na\rb\r\r\n", {"a\rb\r"}},
         {"the first line is the header, even when empty", "\na\n", {"a"}},
         {"only \"#\" in the first column is a comment", "h\n#a\n #b\n", {" #b"}},
         {"a stray Ctrl-Z does not end the file", "h\na\x1a\nb\n", {"a\x1a", "b"}},
-        {"bytes outside ASCII", "h\n\xe9\xff\n", {"\xe9\xff"}},
         {"header only", "h", {}},
         {"empty", "", {}},
     };
@@ -51,9 +48,7 @@ TEST(CsvFile, EachCommaSeparatesTwoFieldsAndOnlyBlanksAndTabsAreTrimmed) {
         {"blanks and tabs at both ends", "PC-1 ,\t 10.1.0.5\t", {"PC-1", "10.1.0.5"}},
         {"adjacent and outer commas give empty fields", ",a,,b, ", {"", "a", "", "b", ""}},
         {"nothing is quoted", "\"a,b\"", {"\"a", "b\""}},
-        {"blanks inside, other white space and no-break space stay",
-         "a  b,\va\r,\xa0",
-         {"a  b", "\va\r", "\xa0"}},
+        {"other white space stays", "a  b,\va\r,\xa0", {"a  b", "\va\r", "\xa0"}},
         {"no comma", "", {""}},
     };
     for (const auto& row : rows) {
