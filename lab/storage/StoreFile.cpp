@@ -3,9 +3,11 @@
 #include <shlwapi.h>
 #include <xmllite.h>
 
+#include <cstdio>
 #include <iterator>
 #include <memory>
 
+#include "lab/journal/Environment.h"
 #include "lab/journal/Handle.h"
 #include "lab/journal/Journal.h"
 
@@ -39,6 +41,33 @@ HRESULT MakeReader(ComPtr<IXmlReader>& reader) {
     const HRESULT hr = create(__uuidof(IXmlReader), &made, nullptr);
     reader.reset(static_cast<IXmlReader*>(made));
     return hr;
+}
+
+/// The file with all that is beyond ASCII in the escaped form, which texts may have anyway: Wine's
+/// reader breaks the characters that lie across the ends of the pieces in which it reads.
+HRESULT ReadAsAscii(const std::wstring& path, std::string& ascii) {
+    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+        return LastError();
+    }
+    const std::string bytes = FileText(path);
+    const int length = static_cast<int>(bytes.size());
+    std::wstring text(bytes.size(), L'\0');
+    text.resize(static_cast<size_t>(::MultiByteToWideChar(
+        CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, text.data(), length)));
+    if (text.empty()) {
+        return kInvalidData;
+    }
+    ascii.reserve(bytes.size());
+    for (const wchar_t unit : text) {
+        if (unit < 0x80) {
+            ascii += static_cast<char>(unit);
+        } else {
+            char escaped[8];
+            std::snprintf(escaped, sizeof(escaped), "\\u%04X", unsigned{unit});
+            ascii += escaped;
+        }
+    }
+    return S_OK;
 }
 
 std::wstring FoldedCase(std::wstring name) {
@@ -100,11 +129,15 @@ std::string ShapeAttributes(const ResultShape& shape) {
 HRESULT StoreFile::Open(const std::wstring& path) {
     *this = StoreFile();
     path_ = path;
-    IStream* stream = nullptr;
-    HRESULT hr = ::SHCreateStreamOnFileW(path.c_str(), STGM_READ | STGM_SHARE_DENY_WRITE, &stream);
-    const ComPtr<IStream> file(stream);
+    std::string ascii;
     ComPtr<IXmlReader> reader;
-    if (FAILED(hr) || FAILED(hr = MakeReader(reader)) || FAILED(hr = reader->SetInput(stream))) {
+    HRESULT hr = ReadAsAscii(path, ascii);
+    if (FAILED(hr) || FAILED(hr = MakeReader(reader))) {
+        return hr;
+    }
+    const ComPtr<IStream> file(::SHCreateMemStream(reinterpret_cast<const BYTE*>(ascii.data()),
+                                                   static_cast<UINT>(ascii.size())));
+    if (FAILED(hr = reader->SetInput(file.get()))) {
         return hr;
     }
     size_t depth = 0;
