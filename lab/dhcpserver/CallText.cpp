@@ -68,7 +68,7 @@ std::string ElementText(const DHCP_SUBNET_ELEMENT_DATA_V4* element) {
     if (!element) {
         return " element=null";
     }
-    const std::string type = " type=" + std::to_string(element->ElementType);
+    std::string type = " type=" + std::to_string(element->ElementType);
     if (!element->Element.IpRange) {
         return type + " element=null";
     }
@@ -92,7 +92,7 @@ std::string OptionScopeText(const DHCP_OPTION_SCOPE_INFO* scope) {
     if (!scope) {
         return " scope=null";
     }
-    const std::string type = " scopeType=" + std::to_string(scope->ScopeType);
+    std::string type = " scopeType=" + std::to_string(scope->ScopeType);
     switch (scope->ScopeType) {
         case DhcpSubnetOptions:
             return type + " subnet=" + Dotted(scope->ScopeInfo.SubnetScopeInfo);

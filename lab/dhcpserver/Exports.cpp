@@ -205,7 +205,8 @@ DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR* server, DHCP_IP_ADDRESS subnet
                 array = memory.Allocate<DHCP_CLIENT_INFO_ARRAY_V4>();
             }
             if (!page.clients.empty()) {
-                array->Clients = memory.Allocate<DHCP_CLIENT_INFO_V4*>(page.clients.size());
+                array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(
+                    memory.Allocate(page.clients.size() * sizeof(void*)));
                 for (const auto& found : page.clients) {
                     array->Clients[array->NumElements++] =
                         MakeRecord(memory, found.address, found.mask, *found.client);

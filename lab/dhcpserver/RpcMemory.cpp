@@ -24,15 +24,12 @@ WCHAR* RpcMemory::Copy(const Text& text) {
     if (!text) {
         return nullptr;
     }
-    WCHAR* const copy = Allocate<WCHAR>(text->size() + 1);
-    std::memcpy(copy, text->c_str(), (text->size() + 1) * sizeof(WCHAR));
-    return copy;
+    const size_t bytes = (text->size() + 1) * sizeof(WCHAR);
+    return static_cast<WCHAR*>(std::memcpy(Allocate(bytes), text->c_str(), bytes));
 }
 
 BYTE* RpcMemory::Copy(std::string_view bytes) {
-    BYTE* const copy = Allocate<BYTE>(bytes.size());
-    std::memcpy(copy, bytes.data(), bytes.size());
-    return copy;
+    return static_cast<BYTE*>(std::memcpy(Allocate(bytes.size()), bytes.data(), bytes.size()));
 }
 
 bool RpcMemory::Free(void* block) {

@@ -21,8 +21,8 @@ public:
     /// Zeroed bytes.
     void* Allocate(size_t bytes);
     template <class Record>
-    Record* Allocate(size_t count = 1) {
-        return static_cast<Record*>(Allocate(count * sizeof(Record)));
+    Record* Allocate() {
+        return static_cast<Record*>(Allocate(sizeof(Record)));
     }
     /// Null for no text; an empty text is a block, too.
     WCHAR* Copy(const Text& text);

@@ -58,8 +58,8 @@ OptionElement ElementOf(const DHCP_OPTION_DATA_ELEMENT& element) {
 
 /// What a record takes of a page: the record, its pointer, its texts, its raw identifier.
 DWORD PageBytes(const Client& client) {
-    size_t bytes = sizeof(DHCP_CLIENT_INFO_V4) + sizeof(DHCP_CLIENT_INFO_V4*) +
-                   client.uniqueId.size() - kUniqueIdPrefixBytes;
+    size_t bytes =
+        sizeof(DHCP_CLIENT_INFO_V4) + sizeof(void*) + client.uniqueId.size() - kUniqueIdPrefixBytes;
     for (const Text* text : {&client.name, &client.comment, &client.ownerName}) {
         bytes += *text ? ((*text)->size() + 1) * sizeof(WCHAR) : 0;
     }

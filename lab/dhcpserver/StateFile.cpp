@@ -91,7 +91,8 @@ std::wstring StateFile::PathFromEnvironment() {
         wchar_t name[MAX_PATH * 4] = L"";
         ::GetModuleFileNameW(module, name, MAX_PATH * 4);
         path = name;
-        path = path.substr(0, path.find_last_of(L"\\/") + 1) + L"dhcpserver.json";
+        path.resize(path.find_last_of(L"\\/") + 1);
+        path += L"dhcpserver.json";
     }
     return path;
 }
