@@ -256,7 +256,9 @@ HRESULT StoreFile::Save() {
     }
     if (!::MoveFileExW(newPath.c_str(), path_.c_str(),
                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-        return LastError();
+        const HRESULT hr = LastError();
+        ::DeleteFileW(newPath.c_str());
+        return hr;
     }
     isChanged_ = false;
     return S_OK;

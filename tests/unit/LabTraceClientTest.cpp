@@ -53,6 +53,9 @@ TEST(LabTraceClient, MisuseShowsInTheTraceAndInTheJournal) {
     const Client client(dll);
     client.text(nullptr, "Tag", 1, "F", 1, 0, 0, "too early");
     void* const handle = client.open(kModule, "tool.exe", "", "");
+    client.close(handle);
+    client.buffer(handle, "Tag", 1, "F", 1, 0, 0, "late", 4);
+    EXPECT_EQ(client.open(kModule, "tool.exe", "", ""), handle);
     client.text(&dll, "Tag", 1, "F", 1, 0, 0, "stranger");
     client.text(handle, nullptr, 1, "F", 1, 0, 0, "no tag");
     client.buffer(handle, "Tag", 1, "F", 1, 0, 0, nullptr, 4);
@@ -60,10 +63,10 @@ TEST(LabTraceClient, MisuseShowsInTheTraceAndInTheJournal) {
     dll.Unload();
     std::string expected, journal;
     for (const char* const what :
-         {"DTTraceStr without a registration", "DTTraceStr with an unknown registration",
-          "DTTraceStr with a null argument", "DTTraceBuffer with a null argument",
-          "DTRegisterModule with a null argument", "DTRegisterModule while registered",
-          "module left registered"}) {
+         {"DTTraceStr without a registration", "DTTraceBuffer without a registration",
+          "DTTraceStr with an unknown registration", "DTTraceStr with a null argument",
+          "DTTraceBuffer with a null argument", "DTRegisterModule with a null argument",
+          "DTRegisterModule while registered", "module left registered"}) {
         expected += "MISUSE trace " + std::string(what) + "\n";
     }
     EXPECT_EQ(ReadAll(folder / L"j"), expected);
