@@ -192,7 +192,9 @@ class Scenario:
                if not name.startswith(("DHCPLAB_", "WINE", "DISPLAY"))}
         if self.without_display:
             env["DISPLAY"] = ":9999"
+        # The path is for batch files: their netsh is the lab's.
         env.update({"WINEPREFIX": str(self.prefix), "TZ": "UTC",
+                    "WINEPATH": windows_path(self.folders["program"]),
                     "DHCPLAB_JOURNAL": windows_path(self.journal),
                     "DHCPLAB_SERVER_STATE": windows_path(self.state),
                     "DHCPLAB_TRACE": windows_path(self.trace),
@@ -265,8 +267,9 @@ class Scenario:
             other = line.startswith("!")
             words = words_of(self.substitute(line[1:] if other else line))
             program = words.pop(0) if other else "dhcpmigrate"
-            path = windows_path(self.folders["program"] / (program + ".exe"))
-            done, output, errors = self.wine_output([path] + words)
+            path = self.folders["program"] / (program + ".exe")
+            program_path = windows_path(path) if path.exists() else program
+            done, output, errors = self.wine_output([program_path] + words)
             if done.returncode != 0:
                 raise Failure(f"{program} {line}: exit code {done.returncode}")
             errors = self.take_events(errors)
