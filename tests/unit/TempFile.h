@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <cstdio>
 #include <fstream>
@@ -27,4 +28,19 @@ public:
 
 private:
     std::string m_path;
+};
+
+/// Sends this process's temporary files elsewhere while it lives.
+class TemporaryFolderIs {
+public:
+    explicit TemporaryFolderIs(const wchar_t* path) {
+        ::GetEnvironmentVariableW(L"TMP", m_before, MAX_PATH);
+        ::SetEnvironmentVariableW(L"TMP", path);
+    }
+    ~TemporaryFolderIs() { ::SetEnvironmentVariableW(L"TMP", m_before); }
+    TemporaryFolderIs(const TemporaryFolderIs&) = delete;
+    TemporaryFolderIs& operator=(const TemporaryFolderIs&) = delete;
+
+private:
+    wchar_t m_before[MAX_PATH] = L"";
 };

@@ -1,0 +1,143 @@
+#include "store/DataFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "LabLibrary.h"
+#include "diagtools/AnsiText.h"
+#include "store/RegistryText.h"
+
+namespace {
+
+/// While this lives, HKEY_LOCAL_MACHINE is an empty key of ours, or one that nothing may be added
+/// to.
+class Registry {
+public:
+    Registry() : m_path("Software\\dhcpmigrate test " + std::to_string(::GetCurrentProcessId())) {
+        HKEY key = nullptr;
+        ::RegDeleteTreeA(HKEY_CURRENT_USER, m_path.c_str());
+        ::RegCreateKeyExA(HKEY_CURRENT_USER, m_path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                          &key, nullptr);
+        m_root.reset(key);
+        ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, key);
+    }
+    ~Registry() {
+        ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+        m_data.reset();
+        m_root.reset();
+        Remove();
+    }
+    /// Takes the key away: nothing can be opened or made below it any more.
+    void Remove() { ::RegDeleteTreeA(HKEY_CURRENT_USER, m_path.c_str()); }
+
+    HKEY Data() {
+        HKEY key = nullptr;
+        ::RegCreateKeyExA(m_root.get(), "SOFTWARE\\Vantrel\\Data", 0, nullptr, 0, KEY_ALL_ACCESS,
+                          nullptr, &key, nullptr);
+        m_data.reset(key);
+        return key;
+    }
+    /// The system takes a NUL that happens to follow the data for part of it.
+    void Write(DWORD type, const std::string& bytes) {
+        const std::string followed = bytes + "x";
+        ::RegSetValueExA(Data(), "Path", 0, type, reinterpret_cast<const BYTE*>(followed.data()),
+                         static_cast<DWORD>(bytes.size()));
+    }
+    std::string Read(DWORD& type) {
+        char bytes[1024];
+        DWORD size = sizeof(bytes);
+        ::RegQueryValueExA(Data(), "Path", nullptr, &type, reinterpret_cast<BYTE*>(bytes), &size);
+        return std::string(bytes, size);
+    }
+
+private:
+    std::string m_path;
+    RegKey m_root;
+    RegKey m_data;
+};
+
+TEST(DataFolder, IsTheRegistrysTextOrTheRecordedTemporaryFolder) {
+    const lab_test::Folder folder;
+    const std::string base = std::filesystem::path(folder / L"gw").string();
+    const std::string nul(1, '\0');
+    const std::string filler(259 - base.size() - 1, 'f');
+    const std::string temporary = std::filesystem::temp_directory_path().string();
+    const struct {
+        const char* why;
+        DWORD type;
+        std::string bytes;
+        std::string expected;  // empty: the temporary folder, recorded
+    } rows[] = {
+        {"no separator", REG_SZ, base + nul, base},
+        {"a backslash is removed", REG_SZ, base + "\\a\\" + nul, base + "\\a"},
+        {"so is a slash", REG_SZ, base + "/b/" + nul, base + "/b"},
+        {"but only one", REG_SZ, base + "\\\\" + nul, base + "\\"},
+        {"unterminated", REG_SZ, base, ""},
+        {"not expanded", REG_EXPAND_SZ, base + "\\%TMP%" + nul, base + "\\%TMP%"},
+        {"first of a list", REG_MULTI_SZ, base + nul + "c" + nul + nul, base},
+        {"list with one terminator", REG_MULTI_SZ, base + nul, ""},
+        {"number", REG_DWORD, std::string("C:\\\0", 4), ""},
+        {"bytes", REG_BINARY, base + nul, ""},
+        {"empty text", REG_SZ, nul, ""},
+        {"no data", REG_SZ, "", ""},
+        {"empty list", REG_MULTI_SZ, nul + nul, ""},
+        {"the longest", REG_SZ, base + "\\" + filler + nul, base + "\\" + filler},
+        {"one too long", REG_SZ, base + "\\" + filler + "f" + nul, ""},
+        {"one too long and cut before its terminator", REG_SZ, base + "\\" + filler + "f", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        Registry registry;
+        registry.Write(row.type, row.bytes);
+        CDataFolder found;
+        EXPECT_STREQ(found.Get(), row.expected.empty()
+                                      ? temporary.substr(0, temporary.size() - 1).c_str()
+                                      : row.expected.c_str());
+        EXPECT_TRUE(row.bytes.size() > 200 || std::filesystem::is_directory(found.Get()));
+        DWORD type = 0;
+        EXPECT_EQ(registry.Read(type), row.expected.empty() ? temporary + nul : row.bytes);
+        EXPECT_EQ(type, row.expected.empty() ? REG_SZ : row.type);
+    }
+}
+
+TEST(DataFolder, AnObjectResolvesItOnceAndWithoutAKeyItIsEmpty) {
+    Registry registry;
+    CDataFolder first;
+    const std::string temporary = first.Get();
+    EXPECT_NE(temporary, "");
+    registry.Write(REG_SZ, std::string("C:\\\0", 4));
+    EXPECT_EQ(first.Get(), temporary);
+    EXPECT_STREQ(CDataFolder().Get(), "C:");
+    registry.Remove();
+    EXPECT_STREQ(CDataFolder().Get(), "");
+}
+
+TEST(DirectoryChain, EveryTokenIsAFolderOnTheWay) {
+    const lab_test::Folder folder;
+    const std::string base = std::filesystem::path(folder / L"").string();
+    EXPECT_EQ(CreateDirectoryChain((base + "a//b\\/\\c d\\").c_str()), S_OK);
+    EXPECT_TRUE(std::filesystem::is_directory(base + "a\\b\\c d"));
+    EXPECT_EQ(CreateDirectoryChain((base + "a").c_str()), S_OK) << "there already";
+    EXPECT_EQ(CreateDirectoryChain("nosuch:\\x"), S_OK) << "nobody can make that";
+    EXPECT_EQ(CreateDirectoryChain(""), E_FAIL);
+    EXPECT_EQ(CreateDirectoryChain("\\/"), S_OK);
+
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(base);
+    EXPECT_EQ(CreateDirectoryChain("\\\\leading\\x"), S_OK);
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(std::filesystem::is_directory(base + "leading\\x")) << "relative, as released";
+}
+
+TEST(AnsiText, ASecondByteIsNoCharacterOfItsOwn) {
+    const char text[] = "a\x83\x5C\x83";  // the middle one is a single character of code page 932
+    EXPECT_EQ(DiagTools::NextCharacter(text + 1, 932), text + 3);
+    EXPECT_EQ(DiagTools::NextCharacter(text + 1, 1252), text + 2);
+    EXPECT_EQ(DiagTools::NextCharacter(text + 3, 932), text + 4) << "nothing follows the half";
+    for (const auto& [bytes, whole] : {std::pair{0, 0}, {1, 1}, {2, 1}, {3, 3}, {9, 4}})
+        EXPECT_EQ(DiagTools::WholeCharacters(text, static_cast<std::size_t>(bytes), 932),
+                  static_cast<std::size_t>(whole));
+}
+
+}  // namespace

@@ -1,0 +1,162 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+
+#include "LabLibrary.h"
+#include "TempFile.h"
+#include "diagtools/DiagTraceInfoRegister.h"
+#include "diagtools/HResultCheck.h"
+
+namespace {
+
+using namespace DiagTools;
+
+const std::uint32_t filterAtStart = traceFilter;
+constexpr char kTraceFile[] = ".\\sub\\TraceTest";
+
+std::string Tag() {
+    return FunctionTag(DT_SIGNATURE).text;
+}
+
+struct Tagged {
+    Tagged() : seen(FunctionTag(DT_SIGNATURE).text) {}
+    virtual ~Tagged() { *last = FunctionTag(DT_SIGNATURE).text; }
+    std::string Member(const std::function<void(int)>&, const char* = "(::x") const {
+        return FunctionTag(DT_SIGNATURE).text;
+    }
+    static std::map<std::string, std::vector<std::string>> Map() {
+        return {{FunctionTag(DT_SIGNATURE).text, {}}};
+    }
+    std::string* const& Pointer() {
+        *last = FunctionTag(DT_SIGNATURE).text;
+        return last;
+    }
+    std::string Lambda() {
+        return [](int) { return std::string(FunctionTag(DT_SIGNATURE).text); }(0);
+    }
+    template <class T>
+    std::string Template(T) {
+        return FunctionTag(DT_SIGNATURE).text;
+    }
+    std::string seen;
+    std::string* last = &seen;
+};
+
+template <class T>
+struct Box {
+    std::string Get() { return FunctionTag(DT_SIGNATURE).text; }
+};
+
+TEST(FunctionTag, IsTheQualifiedNameWhateverSurroundsIt) {
+    Tagged tagged;
+    EXPECT_EQ(Tag(), "Tag");
+    EXPECT_EQ(tagged.seen, "Tagged::Tagged");
+    EXPECT_EQ(tagged.Member({}), "Tagged::Member");
+    EXPECT_EQ(Tagged::Map().begin()->first, "Tagged::Map");
+    EXPECT_EQ(*tagged.Pointer(), "Tagged::Pointer");
+    EXPECT_EQ(tagged.Lambda(), "Tagged::Lambda");
+    EXPECT_EQ(tagged.Template(std::map<int, std::string>()), "Tagged::Template");
+    EXPECT_EQ((Box<std::pair<int, Tagged>>().Get()), "Box<T>::Get");
+    const std::string longName(200, 'n');
+    EXPECT_EQ(FunctionTag(("void C::" + longName + "(int)").c_str()).text,
+              "C::" + longName.substr(0, 124));
+    std::string destroyed;
+    {
+        Tagged other;
+        other.last = &destroyed;
+    }
+    EXPECT_EQ(destroyed, "Tagged::~Tagged");
+}
+
+/// One registration a process, as in the program: the tests of this file share it.
+class Trace : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        static const lab_test::Folder folder;
+        path = folder / L"t";
+        // Loaded before, it is the one that the program's own look-up finds.
+        static const lab_test::Library client(
+            L"DTClient.dll", {{L"DHCPLAB_TRACE", path}, {L"DHCPLAB_TRACE_COUNT", L"1"}});
+        EXPECT_EQ(filterAtStart, 255u);
+        EXPECT_EQ(CDiagTraceInfoRegister().Register(::GetModuleHandleA(nullptr)), 1);
+        EXPECT_EQ(NewLines(), "register|unit_tests.exe|\"\"|\"\"\n");
+    }
+    void SetUp() override { traceFilter = filterAtStart; }
+    static std::string NewLines() {
+        const std::string all = lab_test::ReadAll(path);
+        const std::string added = all.substr(read);
+        read = all.size();
+        return added;
+    }
+    static std::string Text(const std::string& text) { return "1|Tag|F|7|" + text + "\n"; }
+
+    static inline std::wstring path;
+    static inline std::size_t read = 0;
+};
+
+TEST_F(Trace, ALineCarriesItsPlaceAndItsText) {
+    DT_TRACE(kTraceRecord, "%s %s", "100%n", static_cast<const char*>(nullptr));
+    const std::string line = std::to_string(__LINE__ - 1);
+    EXPECT_EQ(NewLines(),
+              "filter\n128|TraceTest|Trace_ALineCarriesItsPlaceAndItsText_Test::TestBody|" + line +
+                  "|100%n (null)\n");
+    CDiagTraceInfo info("Tag", 7, "F");
+    EXPECT_EQ(NewLines(), "filter\n");
+    EXPECT_TRUE(info.TraceText(1, "%s%n 50%\r\n"));
+    EXPECT_EQ(NewLines(), Text("%s%n 50%\\r\\n"));
+    EXPECT_TRUE(info(1, "%s", std::string(32767, 'a').c_str()));
+    EXPECT_EQ(NewLines(), Text(std::string(32767, 'a')));
+    EXPECT_TRUE(info(1, "%s%d", std::string(32766, 'a').c_str(), 12));
+    EXPECT_EQ(NewLines(), Text(std::string(32766, 'a') + "1"));
+    EXPECT_EQ(CheckHResult("Tag", 7, "F", "a(\"%s\")", E_FAIL), E_FAIL);
+    EXPECT_EQ(NewLines(), "filter\n" + Text("HRESULT Failed, Err Code [0X80004005].\\nExecuted "
+                                            "code: a(\\\"%s\\\")"));
+    const std::string bytes(32769, 'a');
+    EXPECT_TRUE(info.TraceBuffer(1, bytes.data(), bytes.size()));
+    const std::string buffer = NewLines();
+    EXPECT_EQ(buffer.substr(0, 30), "1|Tag|F|7|buffer 32768 6161616");
+    EXPECT_EQ(buffer.size(), 23 + 2 * 32768 + 1u);
+}
+
+TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
+    CDiagTraceInfo info("Tag", 7, "F");
+    info.Enable(false);
+    EXPECT_FALSE(info(1, "%s", "text"));
+    EXPECT_FALSE(info.TraceText(1, "text"));
+    EXPECT_FALSE(info.TraceBuffer(1, "b", 1));
+    info.Enable(true);
+    traceFilter = 4;
+    EXPECT_FALSE(info(8 | 1, "text"));
+    EXPECT_TRUE(info(8 | 4, "text"));
+    EXPECT_EQ(NewLines(), "filter\n12|Tag|F|7|text\n");
+    DT_TRACE(8, "a level that is off does not even ask the client");
+    EXPECT_EQ(NewLines(), "");
+    DT_TRACE(4, "the client's answer counts from now on");
+    EXPECT_EQ(traceFilter, 0xFFFFFFFF);
+    EXPECT_NE(NewLines(), "");
+}
+
+TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
+    const lab_test::Folder folder;
+    const TemporaryFolderIs temporary((folder / L"").c_str());
+    CDiagTraceInfo info("Tag", 7, "F");
+    bool (CDiagTraceInfo::*unchecked)(std::uint32_t, const char*, ...) =
+        &CDiagTraceInfo::operator();  // the compiler refuses a missing format
+    EXPECT_FALSE((info.*unchecked)(1, nullptr));
+    EXPECT_FALSE(info.TraceBuffer(1, nullptr, 4));
+    CDiagTraceInfo(nullptr, 7, "F")(1, "text");
+    CDiagTraceInfo(nullptr, 7, "F").TraceBuffer(1, "b", 1);
+    EXPECT_EQ(NewLines(), "filter\nfilter\nfilter\n");
+    std::string faults;
+    std::istringstream log(lab_test::ReadAll(folder / L"DT.LOG"));
+    for (std::string line; std::getline(log, line);)
+        faults += line == "\r" ? "|" : line.substr(line.find(" : ") + 3);
+    EXPECT_EQ(faults,
+              "CDiagTraceInfo::operator() if(NULL == pszFmt) Failed|"
+              "CDiagTraceInfo::operator() if(NULL == pBuf) Failed|"
+              "CDiagTrace::Trace if((NULL == pszFile)||(NULL == pszTrace)) Failed|"
+              " CDiagTrace::Trace if((NULL == pszFile)||(NULL == pBuf)) Failed|");
+}
+
+}  // namespace

@@ -1,0 +1,72 @@
+#include "store/IPAddressString.h"
+
+#include <gtest/gtest.h>
+
+#include "dhcpserver/DHCPManager.h"
+
+namespace {
+
+TEST(IPAddressString, OnlyFourDecimalOctetsAreAnAddress) {
+    const struct {
+        const char* why;
+        const char* text;
+        std::uint32_t expected;
+    } rows[] = {
+        {"first octet most significant", "10.1.0.0", 0x0A010000},
+        {"smallest", "0.0.0.0", 0},
+        {"largest, which no caller can tell from none", "255.255.255.255", 0xFFFFFFFF},
+        {"above a byte", "10.1.0.256", CIPAddressString::kNoAddress},
+        {"short form", "10.1", CIPAddressString::kNoAddress},
+        {"three octets", "10.1.2", CIPAddressString::kNoAddress},
+        {"five octets", "10.1.2.3.4", CIPAddressString::kNoAddress},
+        {"an octal reading would move the host to 10.1.0.8", "10.1.0.010",
+         CIPAddressString::kNoAddress},
+        {"leading zero of zero", "10.1.0.00", CIPAddressString::kNoAddress},
+        {"hexadecimal", "0x0A.1.0.0", CIPAddressString::kNoAddress},
+        {"blank behind", "10.1.0.0 ", CIPAddressString::kNoAddress},
+        {"blank in front", " 10.1.0.0", CIPAddressString::kNoAddress},
+        {"sign", "10.1.0.+1", CIPAddressString::kNoAddress},
+        {"empty octet", "10..0.0", CIPAddressString::kNoAddress},
+        {"octet beyond 32 bits", "10.1.0.4294967296", CIPAddressString::kNoAddress},
+        {"word", "abc", CIPAddressString::kNoAddress},
+        {"nothing", "", CIPAddressString::kNoAddress},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        const CIPAddressString address(row.text);
+        EXPECT_EQ(address.Number(), row.expected);
+        EXPECT_STREQ(address.Text(), "");
+    }
+}
+
+TEST(IPAddressString, ANumberHasTextOnly) {
+    const CIPAddressString address(0xC0A80001);
+    EXPECT_STREQ(address.Text(), "192.168.0.1");
+    EXPECT_EQ(address.Number(), 0u);
+    EXPECT_STREQ(CIPAddressString(std::uint32_t{0}).Text(), "0.0.0.0");
+    EXPECT_STREQ(CIPAddressString(0xFFFFFFFF).Text(), "255.255.255.255");
+}
+
+TEST(AddressRange, IsComputedFromTheTextsAsTheyAreAndWraps) {
+    const struct {
+        const char* why;
+        const char *networkId, *mask, *network, *first, *last;
+    } rows[] = {
+        {"usual", "10.1.0.0", "255.255.0.0", "10.1.0.0", "10.1.0.1", "10.1.255.254"},
+        {"host bits", "10.1.2.3", "255.255.255.0", "10.1.2.0", "10.1.2.4", "10.1.2.254"},
+        {"one address", "10.1.2.3", "255.255.255.255", "10.1.2.3", "10.1.2.4", "10.1.2.2"},
+        {"all addresses", "0.0.0.0", "0.0.0.0", "0.0.0.0", "0.0.0.1", "255.255.255.254"},
+        {"no address", "x", "255.0.0.0", "255.0.0.0", "0.0.0.0", "255.255.255.254"},
+        {"no mask", "10.1.0.0", "", "10.1.0.0", "10.1.0.1", "10.0.255.255"},
+        {"below zero", "0.0.0.0", "255.255.255.255", "0.0.0.0", "0.0.0.1", "255.255.255.255"},
+    };
+    const auto text = [](DWORD number) { return std::string(CIPAddressString(number).Text()); };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        EXPECT_EQ(text(CDHCPManager::GetNetworkAddress(row.networkId, row.mask)), row.network);
+        EXPECT_EQ(text(CDHCPManager::GetFirstAddress(row.networkId)), row.first);
+        EXPECT_EQ(text(CDHCPManager::GetLastAddress(row.networkId, row.mask)), row.last);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+#include "diagtools/InternalTrace.h"
+
+#include <gtest/gtest.h>
+
+#include "LabLibrary.h"
+#include "TempFile.h"
+#include "diagtools/Handle.h"
+
+namespace {
+
+using DiagTools::CInternalTrace;
+
+/// DT.LOG in a temporary folder of the test's own.
+class InternalTrace : public testing::Test {
+protected:
+    static std::string Stamp(const SYSTEMTIME& time) {
+        const auto two = [](WORD number) {
+            return (number < 10 ? "0" : "") + std::to_string(number);
+        };
+        return std::to_string(time.wYear) + "/" + std::to_string(time.wMonth) + "/" +
+               std::to_string(time.wDay) + " " + std::to_string(time.wHour) + ":" +
+               two(time.wMinute) + ":" + two(time.wSecond) + ":";
+    }
+
+    const lab_test::Folder m_folder;
+    const TemporaryFolderIs m_temporary{(m_folder / L"").c_str()};
+    const std::wstring m_log = m_folder / L"DT.LOG";
+};
+
+TEST_F(InternalTrace, ALineIsLocalTimeMessageAndItsOwnEnd) {
+    SYSTEMTIME before;
+    SYSTEMTIME after;
+    ::GetLocalTime(&before);
+    CInternalTrace::Write("%s %d\n", "100%", 7);
+    ::GetLocalTime(&after);
+    const std::string line = lab_test::ReadAll(m_log);
+    const std::size_t stampEnd = line.find(" : ") - 3;
+    const std::string stamp = line.substr(0, stampEnd);
+    EXPECT_TRUE(stamp == Stamp(before) || stamp == Stamp(after)) << line;
+    EXPECT_EQ(line.substr(stampEnd, 3).find_first_not_of("0123456789"), std::string::npos) << line;
+    EXPECT_EQ(line.substr(stampEnd + 3), " : 100% 7\n\r\n");
+    CInternalTrace::Write("%s", std::string(40000, 'a').c_str());
+    EXPECT_EQ(lab_test::ReadAll(m_log).substr(line.size()).find(std::string(32767, 'a') + "\r\n"),
+              lab_test::ReadAll(m_log).size() - line.size() - 32769);
+}
+
+TEST_F(InternalTrace, OnlyAFileAbove1024000BytesStartsAnew) {
+    for (const std::size_t size : {1024000u, 1024001u}) {
+        lab_test::WriteAll(m_log, std::string(size, 'x'));
+        CInternalTrace::Write("a");
+        const std::string now = lab_test::ReadAll(m_log);
+        EXPECT_EQ(now.find_first_not_of('x'), size == 1024000 ? size : 0);
+        EXPECT_EQ(now.substr(now.size() - 6), " : a\r\n");
+        CInternalTrace::Write("b");
+        EXPECT_EQ(lab_test::ReadAll(m_log).find("a\r\n") == std::string::npos, size == 1024000)
+            << "checked for every line";
+    }
+}
+
+TEST_F(InternalTrace, AFileThatAnotherProcessHoldsOrThatIsALinkIsLeftAlone) {
+    lab_test::WriteAll(m_log, "theirs");
+    {
+        const DiagTools::Handle other(::CreateFileW(
+            m_log.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+            nullptr, OPEN_EXISTING, 0, nullptr));
+        CInternalTrace::Write("lost");
+    }
+    EXPECT_EQ(lab_test::ReadAll(m_log), "theirs");
+
+    ASSERT_TRUE(::MoveFileW(m_log.c_str(), (m_folder / L"victim").c_str()));
+    ASSERT_TRUE(::CreateHardLinkW(m_log.c_str(), (m_folder / L"victim").c_str(), nullptr));
+    CInternalTrace::Write("planted");
+    EXPECT_EQ(lab_test::ReadAll(m_folder / L"victim"), "theirs");
+}
+
+}  // namespace

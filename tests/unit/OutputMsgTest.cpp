@@ -1,0 +1,110 @@
+#include "driver/OutputMsg.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+#include <vector>
+
+#include "LabLibrary.h"
+#include "TempFile.h"
+#include "diagtools/Handle.h"
+#include "scopes/DHCPSegmentInfoImpl.h"
+
+namespace {
+
+/// Standard output that tells one write from the next.
+class MessagePipe {
+public:
+    MessagePipe() : m_before(::GetStdHandle(STD_OUTPUT_HANDLE)) {
+        const std::string name = "\\\\.\\pipe\\output" + std::to_string(::GetCurrentProcessId());
+        m_server.reset(::CreateNamedPipeA(name.c_str(), PIPE_ACCESS_INBOUND,
+                                          PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE, 1, 0, 1 << 20,
+                                          0, nullptr));
+        m_client.reset(
+            ::CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        ::SetStdHandle(STD_OUTPUT_HANDLE, m_client.get());
+    }
+    ~MessagePipe() { ::SetStdHandle(STD_OUTPUT_HANDLE, m_before); }
+
+    std::vector<std::string> Messages() {
+        std::vector<std::string> messages;
+        std::string buffer(1 << 18, '\0');
+        DWORD waiting = 0;
+        DWORD read = 0;
+        while (::PeekNamedPipe(m_server.get(), nullptr, 0, nullptr, &waiting, nullptr) && waiting &&
+               ::ReadFile(m_server.get(), &buffer[0], 1 << 18, &read, nullptr))
+            messages.push_back(buffer.substr(0, read));
+        return messages;
+    }
+
+private:
+    HANDLE m_before;
+    DiagTools::Handle m_server;
+    DiagTools::Handle m_client;
+};
+
+using Texts = std::vector<std::string>;
+
+TEST(OutputMsg, AMessageIsOneWriteOnStandardOutputInTextMode) {
+    MessagePipe console;
+    const auto output = boost::make_shared<COutputMsg>();
+    output->DisplayMsg("\nfirst\n\n", false);
+    output->DisplayMsg("no line end", false);
+    output->DisplayMsg("help\r\n%s\xE9", true);
+    output->DisplayMsg(std::string(40000, '\n'), false);
+    std::string lineEnds;
+    for (int i = 0; i < 40000; ++i)
+        lineEnds += "\r\n";
+    EXPECT_EQ(console.Messages(),
+              (Texts{"\r\nfirst\r\n\r\n", "no line end", "help\r\r\n%s\xE9", lineEnds}));
+    output->SetVerbose(false);
+    output->DisplayMsg("detail", true);
+    output->DisplayMsg("result", false);
+    output->SetVerbose(true);
+    output->DisplayMsg("detail again", true);
+    EXPECT_EQ(console.Messages(), (Texts{"result", "detail again"}));
+}
+
+TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
+    const TempFile log("log.txt");
+    log.Write("of the run before");
+    const DiagTools::Handle reader(::CreateFileA(log.Path().c_str(), GENERIC_READ | GENERIC_WRITE,
+                                                 FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                 OPEN_EXISTING, 0, nullptr));
+    MessagePipe console;
+    COutputMsg output;
+    output.SetOutputLogFile(log.Path());
+    EXPECT_EQ(log.Read(), "");
+    output.DisplayMsg("a\r\n", false);
+    EXPECT_EQ(log.Read(), "a\r\r\n");
+    log.Write("theirs");
+    output.DisplayMsg("b", false);
+    EXPECT_EQ(log.Read(), "theirsb");
+    output.SetOutputLogFile(testing::TempDir() + "nosuch\\log.txt");
+    output.DisplayMsg("lost", false);
+    EXPECT_EQ(console.Messages(), Texts());
+    output.SetOutputLogFile("");
+    output.DisplayMsg("c", false);
+    EXPECT_EQ(console.Messages(), Texts{"c"});
+}
+
+TEST(OutputMsg, LongTextsAreNeverCut) {
+    const lab_test::Folder folder;
+    const lab_test::Library server(L"dhcpsapi.dll", {{L"DHCPLAB_JOURNAL", folder / L"calls"},
+                                                     {L"DHCPLAB_SERVER_STATE", folder / L"state"}});
+    const std::string name(40000, 'n');
+    const TempFile csv("long.csv");
+    csv.Write("header\n" + name + ",10.1.0.1,255.255.0.0,10.1.0.0,%n%s\x07");
+    MessagePipe console;
+    const auto output = boost::make_shared<COutputMsg>();
+    CDHCPSegmentInfoImpl(output, "10.0.0.2", 60).SetDHCPInfo(csv.Path());
+    EXPECT_EQ(console.Messages(),
+              (Texts{"Scope to add in DHCP server : Name [" + name +
+                     "], IP Address [10.1.0.1], NetMask [255.255.0.0], Scope [10.1.0.0], Comments "
+                     "[%n%s\x07] -> OK\r\n"}));
+    EXPECT_NE(lab_test::ReadAll(folder / L"calls").find("name=\"" + name + "\""),
+              std::string::npos);
+    EXPECT_NE(lab_test::ReadAll(folder / L"state.log").find("\"" + name + "\""), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,117 @@
+#include "store/StoreFields.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <vector>
+
+namespace {
+
+using Fill = std::function<void(VARIANT&)>;
+
+Fill Text(const wchar_t* text) {
+    return [text](VARIANT& element) {
+        element.vt = VT_BSTR;
+        element.bstrVal = text ? ::SysAllocString(text) : nullptr;
+    };
+}
+Fill Number(ULONG number) {
+    return [number](VARIANT& element) {
+        element.vt = VT_UI4;
+        element.ulVal = number;
+    };
+}
+Fill Other(VARTYPE type) {
+    return [type](VARIANT& element) { element.vt = type; };
+}
+
+/// What the store answers: an array of these elements.
+CComVariant& MakeResult(CComVariant& result, const std::vector<Fill>& elements, LONG lower = 0) {
+    result.parray = ::SafeArrayCreateVector(VT_VARIANT, lower, static_cast<ULONG>(elements.size()));
+    result.vt = VT_ARRAY | VT_VARIANT;
+    VARIANT* data = nullptr;
+    ::SafeArrayAccessData(result.parray, reinterpret_cast<void**>(&data));
+    for (const Fill& fill : elements)
+        fill(*data++);
+    ::SafeArrayUnaccessData(result.parray);
+    return result;
+}
+
+TEST(ArrayView, ElementsComeFromTheLowerBoundOnAndTheArrayIsFreeAfterwards) {
+    for (const LONG lower : {0L, 1L, -3L, 2147483640L}) {
+        CComVariant result;
+        MakeResult(result, {Number(5), Number(6)}, lower);
+        {
+            const ArrayView view(result);
+            ASSERT_EQ(view.size(), 2u);
+            EXPECT_EQ(view[0].ulVal, 5u);
+            EXPECT_EQ((view.end() - 1)->ulVal, 6u);
+            EXPECT_EQ(result.parray->cLocks, 1u);
+        }
+        EXPECT_EQ(result.parray->cLocks, 0u);
+    }
+}
+
+TEST(ArrayView, WhatIsNoListOfVariantsIsEmpty) {
+    CComVariant none;
+    EXPECT_EQ(ArrayView(none).size(), 0u);
+    none.vt = VT_ARRAY | VT_VARIANT;
+    none.parray = nullptr;
+    EXPECT_EQ(ArrayView(none).size(), 0u);
+    EXPECT_EQ(ArrayView(none).begin(), ArrayView(none).end());
+    CComVariant empty;
+    EXPECT_EQ(ArrayView(MakeResult(empty, {}, 7)).size(), 0u);
+    CComVariant texts;
+    texts.parray = ::SafeArrayCreateVector(VT_BSTR, 0, 3);
+    texts.vt = VT_ARRAY | VT_BSTR;
+    EXPECT_EQ(ArrayView(texts).size(), 0u);
+    SAFEARRAYBOUND bounds[] = {{2, 0}, {1, 0}};
+    CComVariant table;
+    table.parray = ::SafeArrayCreate(VT_VARIANT, 2, bounds);
+    table.vt = VT_ARRAY | VT_VARIANT;
+    EXPECT_EQ(ArrayView(table).size(), 0u);
+}
+
+TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
+    constexpr StoreField fields[] = {{L"Name", VT_BSTR, "name"}, {L"Ip", VT_UI4, "ip"}};
+    const struct {
+        const char* why;
+        std::vector<Fill> pairs;
+        const char* expected;  // name and address, or the expression and result of the failure
+    } rows[] = {
+        {"usual", {Text(L"Name"), Text(L"A"), Text(L"Ip"), Number(7)}, "A 7"},
+        {"another case, another order", {Text(L"IP"), Number(7), Text(L"nAmE"), Text(L"A")}, "A 7"},
+        {"other names", {Text(L"Names"), Text(L"B"), Text(L"Name"), Text(L"A")}, "A 0"},
+        {"the later of two wins", {Text(L"Name"), Text(L"B"), Text(L"NAME"), Text(L"A")}, "A 0"},
+        {"also when it is nothing", {Text(L"Ip"), Number(7), Text(L"Ip"), Other(VT_EMPTY)}, " 0"},
+        {"a name without a value", {Text(L"Ip"), Number(7), Text(L"Ip")}, " 7"},
+        {"nothing", {}, " 0"},
+        {"null texts", {Text(nullptr), Text(L"x"), Text(L"Name"), Text(nullptr)}, " 0"},
+        {"converted", {Text(L"Name"), Number(12), Text(L"Ip"), Text(L"34")}, "12 34"},
+        {"a name that is a number", {Number(1), Text(L"x"), Text(L"Name"), Text(L"A")}, "A 0"},
+        {"a name that is no text", {Other(VT_NULL), Text(L"x")}, "pair name 80020005"},
+        {"also without a value", {Other(VT_NULL)}, "pair name 80020005"},
+        {"the first field first",
+         {Text(L"Ip"), Text(L"x"), Text(L"Name"), Other(VT_NULL)},
+         "name 80020005"},
+        {"then the next", {Text(L"Ip"), Text(L"x"), Text(L"Name"), Text(L"A")}, "ip 80020005"},
+        {"too large", {Text(L"Ip"), Text(L"4294967296")}, "ip 8002000a"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        CComVariant result;
+        CComVariant values[2];
+        const StoreFailure failure =
+            ReadFields(ArrayView(MakeResult(result, row.pairs, 1)), "pair name", fields, values);
+        char actual[64];
+        if (FAILED(failure.hr))
+            std::snprintf(actual, sizeof(actual), "%s %08lx", failure.text,
+                          static_cast<unsigned long>(failure.hr));
+        else
+            std::snprintf(actual, sizeof(actual), "%s %lu", values[0].Narrow().c_str(),
+                          values[1].ulVal);
+        EXPECT_STREQ(actual, row.expected);
+    }
+}
+
+}  // namespace
