@@ -1,0 +1,327 @@
+#!/usr/bin/python3
+"""Runs the program on generated stores and compares it with the model of it in this file, which is
+written from the rules: round trips, live import against batch file, every call failing in turn, a
+batch file that gets locked. --seed N repeats a failure.
+"""
+
+import argparse
+import copy
+import difflib
+import fcntl
+import itertools
+import json
+import os
+import random
+import re
+import shutil
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+from run import HERE, ROOT, WINE_ENV, Failure, Scenario, windows_path
+
+sys.path.insert(0, str(ROOT / "lab"))
+from store_generator import (VENDOR, dotted, last_of, make_store, number, read_store, registry_text,
+                             store_text)
+
+SERVER, LEASE = "10.0.0.2", 600000
+AUTOMATIC = f"-a -i {SERVER} -d {LEASE}"
+
+
+def same(what, expected, actual):
+    if expected != actual:
+        texts = [json.dumps(value, indent=1).splitlines() for value in (expected, actual)]
+        raise Failure("\n".join(itertools.islice(difflib.unified_diff(
+            *texts, f"{what} (expected)", f"{what} (actual)", lineterm=""), 60)))
+
+
+# The model.
+
+def parse_mac(text):
+    """Groups count with the dash behind them; reading stops at the first that is none."""
+    mac = bytearray(6)
+    for k in range(6):
+        group = re.match(r"([0-9a-f]{1,2})-" if k < 5 else r"([0-9a-f]{2}|[0-9a-f](?=\s|\Z))", text,
+                         re.I | re.A)
+        if not group:
+            break
+        mac[k] = int(group[1], 16)
+        text = text[group.end():]
+    return bytes(mac)
+
+
+def hardware_of(text):
+    """One byte for each token between dashes, the low one of its number."""
+    tokens = [re.match(r"\s*([0-9a-f]+)", token, re.I | re.A) for token in text.split("-")]
+    return bytes(min(int(token[1], 16), 0x7FFFFFFF) & 0xFF if token else 0 for token in tokens)
+
+
+class Server:
+    """What a DHCP server answers to the imports, and holds then."""
+
+    def __init__(self):
+        self.scopes, self.clients = {}, {}
+
+    def add_scope(self, name, gateway, mask, network):
+        first, last = number(network), last_of(number(network), number(mask))
+        if first & number(mask) != first:
+            return 87
+        if any(first <= last_of(number(other), number(scope["mask"])) and number(other) <= last
+               for other, scope in self.scopes.items()):
+            return 20052
+        scope = self.scopes[network] = {"mask": mask, "name": name, "comment": "", "state": 0,
+                                        "range": None, "exclusions": {}, "reservations": {},
+                                        "options": {}}
+        if last - first < 2:
+            return 20023
+        scope["range"] = {"first": dotted(first + 1), "last": dotted(last - 1)}
+        if number(gateway) & number(mask) != first:
+            return 20023
+        scope["exclusions"][gateway] = gateway
+        scope["options"] = {"3": [{"ip": gateway}], "51": [{"dword": LEASE}]}
+        return 0
+
+    def add_client(self, name, address, mask, _dns1, _dns2, mac, status):
+        mac = hardware_of(mac)
+        network = next((network for network, scope in self.scopes.items()
+                        if number(address) & number(scope["mask"]) == number(network)), None)
+        if len(mac) > 255 or network is None:
+            return 87
+        unique = (number(network).to_bytes(4, "little") + b"\1" + mac).hex()
+        if address in self.clients or any(unique == client["uniqueId"]
+                                          for client in self.clients.values()):
+            return 20013
+        self.clients[address] = {
+            "mac": mac.hex("-"), "uniqueId": unique, "name": name, "comment": "", "expires": LEASE,
+            "type": 100, "ownerName": "DHCPLAB", "ownerAddress": SERVER}
+        if status != "Reserved":
+            return 0
+        if number(address) & number(mask) != number(network):
+            return 20005  # the client's mask leads elsewhere
+        self.scopes[network]["reservations"][address] = {"mac": mac.hex("-"), "types": 3}
+        return 0
+
+
+def narrow(text):
+    return text.encode("cp1252", "replace").decode("cp1252")
+
+
+def repaired(store, after, interfaces):
+    """The store as the repairs must leave it, and what the console says of each MAC. Random tails
+    are taken from the store as it is, when they are allowed ones."""
+    store, console, used = copy.deepcopy(store), [], set()
+    for entry, client in store["Clients"].items():
+        if "Name" not in client or "MAC" not in client:
+            continue
+        told = f"Client [{narrow(client['Name'])}] checking MAC [{client['MAC']}] -> "
+        mac, result = parse_mac(client["MAC"]), "OK"
+        if mac[:3] != VENDOR:
+            mac, result = VENDOR + mac[3:], "Prefix invalid"
+            if mac in used:
+                mac, result = parse_mac(after["Clients"][entry]["MAC"]), "Duplicated"
+                if mac in used or mac[:3] != VENDOR:
+                    raise Failure(f"{entry} got the address {mac.hex('-')}")
+            used.add(mac)
+            client["MAC"] = mac.hex("-")
+            result += f" : changed to [{mac.hex('-')}]"
+        console.append(told + result)
+    for network, scope in store["Segments"].items():
+        found = (pair for pair in itertools.chain(*interfaces)
+                 if number(pair[0]) & number(pair[1]) == number(network))
+        scope.update(zip(("Address", "Mask"), next(found, ())))
+    store["Config"]["Server"]["DefaultDHCP"] = "Default"
+    store["DHCPServers"] = {SERVER: {"Name": "Default", "Address": SERVER}}
+    return store, console
+
+
+def migrated(store):
+    """The server after both round trips of a repaired store, and what the console tells of them."""
+    server, console = Server(), []
+
+    def add(kind, labels, fields, call, told=""):
+        if not fields[0].startswith("#"):  # that would be a comment line
+            fields = [narrow(text).strip(" \t") for text in fields]
+            code = call(*fields)
+            texts = ", ".join(f"{label} [{text}]" for label, text in zip(labels, fields))
+            console.append(f"{kind} to add in DHCP server : {texts}{told} -> " +
+                           (f"Failed with error [{code}]." if code else "OK"))
+
+    for network, scope in store["Segments"].items():
+        add("Scope", ("Name", "IP Address", "NetMask", "Scope"),
+            [scope["Name"], scope["Address"], scope["Mask"], network], server.add_scope,
+            ", Comments []")
+    for client in store["Clients"].values():
+        add("Client", ("Name", "IP Address", "NetMask", "DNS1", "DNS2", "MAC Address",
+                       "Lease Status"),
+            [client.get("Name", ""),
+             *(client.get(key, "0.0.0.0") for key in ("IpAddress", "NetMask", "DNS1", "DNS2")),
+             client.get("MAC", ""), client.get("DHCPLeaseStatus", "")], server.add_client)
+    return {"server": {"optionDefinitions": "1-76, 81", "defaults": {}, "options": {}},
+            "scopes": server.scopes, "clients": server.clients}, console
+
+
+# The tests.
+
+PHASES = (  # a call in the journal -> the step it belongs to
+    ("store CreateInstance", "open"), ("store Uninitialize", "close"),
+    ("store (get|put)_Value Clients", "MAC repair"), ("store put_Value Segments", "addresses"),
+    ("store put_Value", "server address"), ("store EnumerateWithValue Segments", "scopes export"),
+    ("DhcpCreateSubnet|DhcpSetOption|DhcpAddSubnetElementV4 .*type=[03]", "scopes import"),
+    ("store EnumerateWithValue Clients", "clients export"),
+    ("DhcpCreateClient|DhcpAddSubnetElementV4 .*type=2", "clients import"))
+ORDER = ("open MAC repair close open addresses close open server address close open scopes export "
+         "close scopes import open clients export close clients import")
+
+
+def run(options, store, interfaces, command, **files):
+    """The finished scenario of a program run on this store."""
+    scenario = Scenario(HERE / "generated" / options.test, options.lab, options.build, None)
+    scenario.source = scenario.base.with_suffix(".in")
+    shutil.rmtree(scenario.source, ignore_errors=True)
+    scenario.source.mkdir(parents=True)
+    for file, text in {"store.xml": store_text(store), "registry": registry_text(interfaces),
+                       "command": command, **files}.items():
+        (scenario.source / file).write_text(text, encoding="utf-8")
+    scenario.run()
+    return scenario
+
+
+def server_state(scenario):
+    """The server's state; an expiry becomes the lease time that it gives."""
+    state = json.loads(scenario.state.read_text(encoding="utf-8"))
+    for client in state["clients"].values():
+        leased = client["expires"] / 1e7 - 11644473600 - LEASE
+        if scenario.masks.started - 1 <= leased <= time.time():
+            client["expires"] = LEASE
+    return state
+
+
+def round_trip(options):
+    """What the server holds is what the store says, record by record; the steps keep their order."""
+    store, interfaces = make_store(False, 1000)
+    scenario = run(options, store, interfaces, AUTOMATIC)
+    after = read_store(scenario.folders["data"] / "Zephon.XML")
+    expected, console = repaired(store, after, interfaces)
+    same("store", expected, after)
+    state, imported = migrated(after)
+    same("server", state, server_state(scenario))
+    same("console", scenario.masks.apply("\n".join(console + imported)).split("\n"),
+         re.findall(".* -> .*", scenario.actual["console"]))
+    steps = [next((step for call, step in PHASES if re.match(call, line)), None)
+             for line in scenario.actual["calls"].splitlines()]
+    same("steps", ORDER, " ".join(step for step, _ in itertools.groupby(filter(None, steps))))
+
+
+def live_and_batch(options):
+    """Both describe the same server, but for what netsh cannot express."""
+    store, interfaces = make_store(True, 100, scopes=8)
+    live = run(options, store, interfaces, AUTOMATIC)
+    store, state = read_store(live.folders["data"] / "Zephon.XML"), server_state(live)
+    batch = run(options, store, interfaces, AUTOMATIC.replace("-a", "-b plan.bat"),
+                env="WINEPATH = <program>\n")  # its netsh comes before Wine's own
+    same("state", "null\n", batch.actual["state.after.json"])
+    said = batch.wine(["cmd", "/c", "plan.bat"], capture_output=True).stdout.decode("cp1252")
+    plan = (batch.folders["work"] / "plan.bat").read_text("cp1252").splitlines()
+    commands = [" ".join(line.split()) for line in plan if line.startswith("netsh")]
+    answers = ["0"] * sum(" reservedip " not in command for command in commands)
+    # A lease: records are those only that the server makes for reservations, never leased.
+    reserved = set().union(*(scope["reservations"] for scope in state["scopes"].values()))
+    state["clients"] = {
+        address: dict(client, expires=0, comment=None, ownerAddress="255.255.255.255")
+        for address, client in state["clients"].items() if address in reserved}
+    for client in store["Clients"].values():
+        if client["DHCPLeaseStatus"] != "Reserved":
+            continue
+        address, digits = client["IpAddress"], client["MAC"].replace("-", "")
+        network = dotted(number(address) & number(client["NetMask"]))
+        answers.append("no scope" if network not in state["scopes"] else
+                       "usage" if len(digits) % 2 else "0")
+        # A MAC's groups of one digit: the address becomes another one, or none.
+        held = state["scopes"].get(network, {}).get("reservations", {})
+        if address in held and answers[-1] == "0":
+            record = state["clients"][address]
+            record["mac"] = held[address]["mac"] = bytes.fromhex(digits).hex("-")
+            record["uniqueId"] = record["uniqueId"][:10] + digits.lower()
+        elif address in held:
+            del held[address], state["clients"][address]
+    same("netsh", [f"{command} -> {answer}" for command, answer in zip(commands, answers)],
+         re.findall("^netsh .*", batch.journal.read_text(encoding="utf-8"), re.M))
+    same("server", state, server_state(batch))
+    same("successes", answers.count("0"), said.count("\nCommand completed successfully."))
+
+
+def faults(options):
+    """Each call fails in turn: every step still runs, and only what it was about is missing."""
+    store, interfaces = make_store(True, 2, scopes=2)
+    whole = run(options, store, interfaces, AUTOMATIC).actual
+    told, code = whole["console"].splitlines(), 0x80070005  # a failure to the store, too
+    calls = [line for line in whole["calls"].splitlines() if "RpcFree" not in line]
+    for call, line in enumerate(calls, 1):
+        try:
+            said = run(options, store, interfaces, AUTOMATIC,
+                       server=f"any #{call} = {code}\n").actual["console"]
+            lost = [text for text in told if text not in said.splitlines()]
+            same("progress", [], [text for text in lost if not re.match("Client|Scope", text)])
+            same("refusals", int(re.match("Dhcp(?!GetSubnetInfo)", line) is not None),
+                 said.count(f"Failed with error [{code}]."))
+            # A record is told of three times. More goes with a list, a store or a scope.
+            if not re.match("store (Cr|In|Enumerate |EnumerateWithValue S)|DhcpCreateS", line):
+                same("lost records", lost[:3], lost)
+        except Failure as failure:
+            raise Failure(f"call {call} fails: {line}\n{failure}") from failure
+
+
+def locked_batch(options):
+    """From the middle on another program has the batch file locked: the run goes on without it."""
+    store, interfaces = make_store(True, 400, scopes=4)
+    command = f"-b plan.bat -i {SERVER}"
+    whole = run(options, store, interfaces, command)
+    plan = (whole.folders["work"] / "plan.bat").read_bytes()
+    locked = run(options, store, interfaces, "# run below")
+    batch = locked.folders["work"] / "plan.bat"
+    process = {"env": locked.environment(), "cwd": batch.parent, "stdin": subprocess.PIPE}
+    console, writing = os.pipe()
+    fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)  # the program waits where this is not read on
+    program = windows_path(locked.folders["program"] / "dhcpmigrate.exe")
+    with subprocess.Popen([WINE_ENV, program, *command.split()], stdout=writing, **process):
+        os.close(writing)
+        said = b""
+        while b"add reservedip" not in said:
+            said += os.read(console, 1024) or b"add reservedip never came"
+        # cmd waits for input; meanwhile others can only read the file that it writes to.
+        with subprocess.Popen([WINE_ENV, "cmd", "/c", "set /p x=locked>>plan.bat"], **process):
+            until = time.time() + 20
+            while b"locked" not in batch.read_bytes() and time.time() < until:
+                time.sleep(0.05)
+            while piece := os.read(console, 65536):
+                said += piece
+    os.close(console)
+    same("console", whole.actual["console"], locked.masks.apply(locked.text_of(said)))
+    before = batch.read_bytes().partition(b"locked")[0]
+    same("lines before the lock", before.decode(), plan[:len(before)].decode())
+    same("lost lines", True, 200 < len(before) < len(plan) - 5000)
+
+
+def main():
+    tests = {test.__name__: test for test in (round_trip, live_and_batch, faults, locked_batch)}
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--build", type=Path, default=ROOT / "build" / "debug")
+    parser.add_argument("--lab", type=Path, help="folder with the program and the stand-ins")
+    parser.add_argument("--seed", type=int, default=5)
+    parser.add_argument("test", choices=tests)
+    options = parser.parse_args()
+    options.build = options.build.resolve()
+    options.lab = (options.lab or options.build / "lab").resolve()
+    random.seed(options.seed)
+    (options.build / "scenarios").mkdir(parents=True, exist_ok=True)
+    with open(options.build / "scenarios" / ".lock", "w", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)  # the registry is shared by all scenarios of a build
+        try:
+            tests[options.test](options)
+        except (Failure, subprocess.TimeoutExpired) as problem:
+            sys.exit(f"FAILED  --seed {options.seed} {options.test}\n{problem}")
+
+
+if __name__ == "__main__":
+    main()
