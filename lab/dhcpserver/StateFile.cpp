@@ -180,12 +180,9 @@ void StateFile::ReadNewLines() {
         ApplyJson(std::string_view(text).substr(start, end - start), *state_);
     }
     state_->ForgetTouched();
+    // Nobody is writing while this process holds the lock: the writer of half a line was killed,
+    // and the next line goes over it.
     logBytesRead_ += static_cast<LONGLONG>(start);
-    if (start != text.size()) {
-        // Nobody is writing while this process holds the lock: the writer was killed.
-        MoveTo(log_.get(), logBytesRead_);
-        ::SetEndOfFile(log_.get());
-    }
 }
 
 void StateFile::AppendLine(const std::string& line) {

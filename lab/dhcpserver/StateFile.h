@@ -5,9 +5,9 @@
 // written before it is answered; writing the whole snapshot each time would make an import of many
 // clients endless. The last process that leaves puts the log into the snapshot and removes it.
 //
-// A killed process loses no answered call, and never leaves half of one: a line without its end is
-// cut off by whoever comes next. A snapshot is written beside the old one and renamed over it.
-// Against a failing machine, rather than a failing process, nothing is done.
+// A killed process loses no answered call, and never leaves half of one: a line without its end
+// does not count, and the next one is written over it. A snapshot is written beside the old one and
+// renamed over it. Against a failing machine, rather than a failing process, nothing is done.
 #pragma once
 
 #include <functional>

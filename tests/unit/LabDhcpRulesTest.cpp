@@ -64,13 +64,17 @@ public:
     void Expect(const Row& row) {
         SCOPED_TRACE(std::string(row.why) + ": " + row.call);
         EXPECT_EQ(Do(row.call), row.expected);
+        ApplyJson(ChangeLine(state), mirror_);
+        state.ForgetTouched();
     }
     template <size_t Count>
     void ExpectAll(const Row (&rows)[Count]) {
         for (const Row& row : rows) {
             Expect(row);
         }
+        EXPECT_EQ(SnapshotText(mirror_), SnapshotText(state)) << "by the changes alone";
     }
+    void Preset(const char* json) { ApplyJson(json, state); }
     /// The lines of the snapshot that hold the text, trimmed and without what all records share.
     std::string Lines(const std::string& part) const {
         std::istringstream lines(SnapshotText(state));
@@ -149,6 +153,7 @@ private:
 
     std::istringstream words_;
     Identifier bytes_;
+    ServerState mirror_;  // knows only what the calls said they changed
 };
 
 TEST(LabDhcpRules, CreateSubnetAndGetSubnetInfo) {
@@ -206,7 +211,7 @@ TEST(LabDhcpRules, Ranges) {
         {"remove: other types", "remove 10.1.0.0 1 -", 120},
         {"remove: other types", "remove 10.1.0.0 4 -", 87},
     });
-    ApplyJson(R"({"clients": {"10.1.0.7": {"mac": "07", "type": 2}}})", server.state);
+    server.Preset(R"({"clients": {"10.1.0.7": {"mac": "07", "type": 2}}})");
     server.ExpectAll({
         {"a plain range while a BOOTP client exists", "add 10.1.0.0 0 10.1.0.1 10.1.0.9", 20049},
         {"a range for both kinds", "add 10.1.0.0 6 10.1.0.1 10.1.0.9", 0},
@@ -302,12 +307,11 @@ TEST(LabDhcpRules, RemovingReservationsAndLeases) {
                           {"and removed", "remove 10.1.0.0 2 10.1.0.7 07", 0}});
         return server.Lines("\"mac\":\"07\"");
     };
-    ApplyJson(R"({"server": {"options": {"51": [{"dword": 60}]}}})", server.state);
+    server.Preset(R"({"server": {"options": {"51": [{"dword": 60}]}}})");
     EXPECT_NE(leaseAfterRemoval().find(expiry(60)), std::string::npos) << "the server's lease time";
-    ApplyJson(R"({"scopes": {"10.1.0.0": {"options": {"51": [{"dword": 5}]}}}})", server.state);
+    server.Preset(R"({"scopes": {"10.1.0.0": {"options": {"51": [{"dword": 5}]}}}})");
     EXPECT_NE(leaseAfterRemoval().find(expiry(5)), std::string::npos) << "the scope's lease time";
-    ApplyJson(R"({"scopes": {"10.1.0.0": {"reservations": {"10.1.0.9": {"mac": "09"}}}}})",
-              server.state);
+    server.Preset(R"({"scopes": {"10.1.0.0": {"reservations": {"10.1.0.9": {"mac": "09"}}}}})");
     server.ExpectAll({{"no record: removed all the same", "remove 10.1.0.0 2 10.1.0.9 09", 20013},
                       {"so it is free", "add 10.1.0.0 2 10.1.0.10 09", 0}});
 }

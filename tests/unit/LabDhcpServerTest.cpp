@@ -175,7 +175,8 @@ TEST(LabDhcpServer, PagesAreReadToTheEndAndFreedBlockByBlock) {
     }
     std::string seen;
     DWORD code = ERROR_MORE_DATA;
-    for (DWORD resume = 0; code == ERROR_MORE_DATA;) {
+    DWORD resume = 0;
+    for (int page = 0; page < 9 && code == ERROR_MORE_DATA; ++page) {
         DHCP_CLIENT_INFO_ARRAY_V4* array = nullptr;
         DWORD read = 0;
         DWORD total = 0;
@@ -351,11 +352,15 @@ TEST(LabDhcpState, LogsThatAKilledProcessLeaves) {
             return DWORD{ERROR_SUCCESS};
         });
         AddScope(file, 2);
+        StateFile reader(path);
+        EXPECT_EQ(CountScopes(reader), 2u) << "from the log";
+        reader.Close();
         file.Close();
         return text + (ReadAll(path).find("2.0.0.1") != std::string::npos ? ", next" : ", lost");
     };
     EXPECT_EQ(result("{}", one + "\n" + two + "\n"), "1 scopes 1 exclusions, next");
-    EXPECT_EQ(result("{}", one + "\n" + two), "1 scopes 0 exclusions, next") << "half a line";
+    EXPECT_EQ(result("{}", one + "\n" + two + std::string(200, ' ')), "1 scopes 0 exclusions, next")
+        << "half a line";
     const std::string folded = R"({"scopes":{"1.0.0.0":{"mask":"255.0.0.0","exclusions":{}}}})";
     EXPECT_EQ(result(folded, one + "\n" + two + "\n" + three + "\n"), "1 scopes 0 exclusions, next")
         << "killed between the snapshot and the removal of the log";
@@ -432,6 +437,10 @@ TEST(LabNetsh, WordsAndTheirEffect) {
                                              : std::to_string(command->Run(rules)),
                   row.expected);
     }
+    const auto longest =
+        lab::NetshCommand::Parse({L"dhcp", L"server", L"scope", L"10.1.0.0", L"add", L"reservedip",
+                                  L"10.1.0.8", std::wstring(512, L'a')});
+    EXPECT_TRUE(longest && longest->usage) << "more than 510 digits";
     ServerState expected;
     lab::ApplyJson(R"({"scopes": {
         "10.1.0.0": {"mask": "255.255.0.0", "name": "Main", "comment": "", "state": 0,
