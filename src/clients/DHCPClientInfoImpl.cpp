@@ -74,10 +74,7 @@ void CDHCPClientInfoImpl::GetDHCPInfo(const std::string& fileName) {
     std::ofstream file(fileName, std::ios::out | std::ios::trunc);
     const bool opened = file.is_open();
     file << kCsvHeader;
-    if (CComVariant clientList; opened &&
-                                SUCCEEDED(m_storageAccess->Enumerate(
-                                    E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, nullptr, &clientList)) &&
-                                IsArrayOfVariants(clientList)) {
+    if (CComVariant clientList; opened && ListSection(clientsEntry, clientList)) {
         DT_TRACE(DiagTools::kTraceDetail, "Client list retrieved successfully");
         for (const VARIANT& client : ArrayView(clientList))
             if (client.vt == VT_BSTR)

@@ -20,10 +20,7 @@ void CMACUpdateImpl::DoMACUpdate() {
     m_usedMACs.clear();
     LOG_IF_FAILED(Initialize());
     DT_TRACE(DiagTools::kTraceDetail, "Retrieving client list");
-    if (CComVariant clientList; m_storageAccess &&
-                                SUCCEEDED(m_storageAccess->Enumerate(
-                                    E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, nullptr, &clientList)) &&
-                                IsArrayOfVariants(clientList)) {
+    if (CComVariant clientList; ListSection(clientsEntry, clientList)) {
         DT_TRACE(DiagTools::kTraceDetail, "Clients list retrieved successfully");
         for (const VARIANT& clientId : ArrayView(clientList))
             if (clientId.vt == VT_BSTR)

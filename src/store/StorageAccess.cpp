@@ -57,3 +57,10 @@ HRESULT CStorageAccess::Uninitialize() {
     }
     return S_OK;
 }
+
+bool CStorageAccess::ListSection(BSTR section, CComVariant& entries) {
+    return m_storageAccess &&
+           SUCCEEDED(
+               m_storageAccess->Enumerate(E_ZAKSTORAGE_PUBLIC, 0, section, nullptr, &entries)) &&
+           IsArrayOfVariants(entries);
+}

@@ -26,6 +26,9 @@ protected:
     /// Closes the file, releases the component and leaves COM. Does nothing when none is held.
     /// Always S_OK.
     HRESULT Uninitialize();
+    /// Lists the entries of a section. False, and nothing is traced, when the store isn't open, the
+    /// call fails or it gives no list.
+    bool ListSection(BSTR section, CComVariant& entries);
 
     CComPtr<IZakStorageDB, IID_IZakStorageDB> m_storageAccess;
 
