@@ -279,7 +279,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const Adapter& adapter,
                                                      std::string& address, std::string& mask) {
     const std::uint32_t scopeNumber = CIPAddressString(scopeId).Number();
     for (const AdapterAddress& found : adapter.addresses)
-        if (MatchAddress(found.address, found.mask, scopeNumber, address, mask))
+        if (GetAdapterInfoForScope(found.address, found.mask, scopeNumber, address, mask))
             return S_OK;
     return E_FAIL;
 }
@@ -319,14 +319,15 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& registry
         return E_FAIL;
     const std::uint32_t scopeNumber = CIPAddressString(scopeId).Number();
     for (std::size_t i = 0; i < ipAddresses.size(); ++i)
-        if (MatchAddress(ipAddresses[i], subnetMasks[i], scopeNumber, address, mask))
+        if (GetAdapterInfoForScope(ipAddresses[i], subnetMasks[i], scopeNumber, address, mask))
             return S_OK;
     return E_FAIL;
 }
 
-bool CDHCPSegmentInfoImpl::MatchAddress(const std::string& foundAddress,
-                                        const std::string& foundMask, std::uint32_t scopeNumber,
-                                        std::string& address, std::string& mask) {
+bool CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& foundAddress,
+                                                  const std::string& foundMask,
+                                                  std::uint32_t scopeNumber, std::string& address,
+                                                  std::string& mask) {
     DT_TRACE(DiagTools::kTraceRecord, "Ip Address [%s] Net Mask found [%s]", foundAddress.c_str(),
              foundMask.c_str());
     if (GetAdapterNetworkId(foundAddress, foundMask) != scopeNumber)
@@ -444,6 +445,15 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
             dynamicClients.emplace(boost::algorithm::to_upper_copy(FirstLabel(client->GetName())),
                                    client.get());
 
+    const DWORD scopeNumber = CIPAddressString(scopeId).Number();
+    // A removal that fails does not stop the re-creation.
+    const auto remove = [&](const HardwareAddress& hardwareAddress, DWORD address) {
+        const DWORD failed = manager.RemoveClient(hardwareAddress, address, scopeNumber);
+        if (failed != ERROR_SUCCESS)
+            DT_TRACE(DiagTools::kTraceError,
+                     "Unable to remove client [%s] from Scope [%s] due to error [%lu]",
+                     CIPAddressString(address).Text(), scopeId.c_str(), failed);
+    };
     DWORD error = ERROR_SUCCESS;
     for (const auto& client : clients) {
         if (client->GetClientType() != CLIENT_TYPE_NONE)
@@ -468,8 +478,8 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
             WriteReservationChange(reserved, dynamicAddress, dynamicHardware);
             continue;
         }
-        RemoveFromScope(reservedHardware, reserved.GetIPAddress(), scopeId);
-        RemoveFromScope(dynamicHardware, dynamicAddress, scopeId);
+        remove(reservedHardware, reserved.GetIPAddress());
+        remove(dynamicHardware, dynamicAddress);
         error = manager.AddNewReservation(
             reserved.GetName(), reserved.GetIPAddress(), reserved.GetSubnetMask(), dynamicHardware,
             reserved.GetComment(), reserved.GetLeaseExpiry(), CIPAddressString(scopeId).Number());
@@ -510,15 +520,4 @@ void CDHCPSegmentInfoImpl::WriteReservationChange(const CDHCPClient& reserved, D
         name, reservedIp, mask, HardwareAddressText(reserved.GetHardwareAddress()));
     m_netshCommands->DeleteClientAddressFromDHCPScope(name, dynamicIp, mask, dynamicMac);
     m_netshCommands->ReservedClientAddressInDHCPScope(name, reservedIp, mask, dynamicMac);
-}
-
-void CDHCPSegmentInfoImpl::RemoveFromScope(const HardwareAddress& hardwareAddress, DWORD address,
-                                           const std::string& scopeId) {
-    const DWORD error =
-        CDHCPManager(m_dhcpServer)
-            .RemoveClient(hardwareAddress, address, CIPAddressString(scopeId).Number());
-    if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
-                 "Unable to remove client [%s] from Scope [%s] due to error [%lu]",
-                 CIPAddressString(address).Text(), scopeId.c_str(), error);
 }

@@ -79,9 +79,10 @@ private:
     HRESULT GetAdapterInfoForScope(const std::string& registryEntryLocation,
                                    const std::string& scopeId, std::string& address,
                                    std::string& mask);
-    /// Takes the pair over when its network id is the scope's.
-    bool MatchAddress(const std::string& foundAddress, const std::string& foundMask,
-                      std::uint32_t scopeNumber, std::string& address, std::string& mask);
+    /// Takes the pair over when its network id is the scope's. Both sources trace it as one step of
+    /// the look-up, hence the name.
+    bool GetAdapterInfoForScope(const std::string& foundAddress, const std::string& foundMask,
+                                std::uint32_t scopeNumber, std::string& address, std::string& mask);
     std::uint32_t GetAdapterNetworkId(const std::string& address, const std::string& mask);
     HRESULT GetInterfaceName(const std::string& registryEntryLocation, std::string& name);
     HRESULT GetAdapterInterfaceAddresses(const std::string& registryEntryLocation,
@@ -98,8 +99,6 @@ private:
                                     DWORD& ipAddress, HardwareAddress& hardwareAddress);
     void WriteReservationChange(const CDHCPClient& reserved, DWORD dynamicAddress,
                                 const HardwareAddress& dynamicHardware);
-    void RemoveFromScope(const HardwareAddress& hardwareAddress, DWORD address,
-                         const std::string& scopeId);
 
     std::string m_dhcpServer;
     bool m_useRegistry = false;  // false: live adapters
