@@ -264,6 +264,11 @@ class Scenario:
         runs = [line for line in text.splitlines() if not line.startswith("#")]
         console = []
         for line in runs:
+            if line.startswith("!faults"):
+                faults = line[len("!faults"):].replace(";", "\n")
+                (self.base / "server").write_text(faults, encoding="utf-8")
+                console.append(f"$ {line[1:].strip()}\n")
+                continue
             other = line.startswith("!")
             words = words_of(self.substitute(line[1:] if other else line))
             program = words.pop(0) if other else "dhcpmigrate"
