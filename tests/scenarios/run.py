@@ -373,7 +373,12 @@ class Scenario:
 
     def compare(self):
         problems = []
-        for name, path in self.expected_files().items():
+        expected_files = self.expected_files()
+        if (self.source / "files").exists():
+            known = {"files/" + entry.name for entry in self.source.iterdir()} | set(expected_files)
+            problems += [f"{name}: made, but not expected" for name in self.actual
+                         if name.startswith("files/") and name not in known]
+        for name, path in expected_files.items():
             if not path.exists():
                 problems.append(f"{name}: the expected file is missing")
                 continue
