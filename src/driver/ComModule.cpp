@@ -8,14 +8,6 @@ CComModule& CComModule::Instance() {
     return instance;
 }
 
-LONG CComModule::Unlock() {
-    const LONG locks = --m_lockCount;
-    const DWORD serverThread = m_serverThread;
-    if (locks == 0 && serverThread != 0)
-        ::PostThreadMessageA(serverThread, WM_QUIT, 0, 0);
-    return locks;
-}
-
 HRESULT CComModule::GetClassObject(REFCLSID, REFIID, void** object) {
     if (!object)
         return E_POINTER;

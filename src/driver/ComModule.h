@@ -13,10 +13,7 @@ public:
 
     /// An object or a client's lock keeps the module loaded. Returns the new count.
     LONG Lock() { return ++m_lockCount; }
-    /// The last one, in a program that runs as a server, ends its message loop.
-    LONG Unlock();
-    /// Names the thread whose message loop serves COM clients; 0: the program is no server.
-    void SetServerThread(DWORD threadId) { m_serverThread = threadId; }
+    LONG Unlock() { return --m_lockCount; }
 
     HRESULT GetClassObject(REFCLSID classId, REFIID interfaceId, void** object);
     HRESULT CanUnloadNow() const { return m_lockCount == 0 ? S_OK : S_FALSE; }
@@ -28,5 +25,4 @@ private:
     CComModule() = default;
 
     std::atomic<LONG> m_lockCount{0};
-    std::atomic<DWORD> m_serverThread{0};
 };

@@ -49,32 +49,41 @@ private:
 /// that is where an administrator finds later what an installer ran.
 class CommandSummary {
 public:
-    CommandSummary(const char* command, bool changes, bool refused)
-        : m_command(command), m_changes(changes), m_refused(refused) {}
+    CommandSummary(const char* command, bool changes) : m_command(command), m_changes(changes) {}
     ~CommandSummary() {
-        const unsigned long errors = DiagTools::CModuleStatistics::ErrorLines() - m_errorsBefore;
-        if (!m_changes && errors == 0)
-            return;
-        char text[256];
-        if (m_refused)
-            std::snprintf(text, sizeof(text), "Command [%s] not executed: no DHCP server address.",
-                          m_command);
-        else
-            std::snprintf(text, sizeof(text), "Command [%s] executed, error lines traced [%lu].",
-                          m_command, errors);
-        DiagTools::CEventLogWriter::Report(
-            m_refused || errors != 0 ? EVENTLOG_WARNING_TYPE : EVENTLOG_INFORMATION_TYPE,
-            kCommandEventId, text);
+        try {
+            Report();
+        } catch (const std::exception&) {
+            // Without memory for an event the log does without it.
+        }
     }
     CommandSummary(const CommandSummary&) = delete;
     CommandSummary& operator=(const CommandSummary&) = delete;
 
+    /// False: the user was told or asked what is missing, and nothing was done.
+    void SetExecuted(bool executed) { m_executed = executed; }
+
 private:
+    void Report() const {
+        const unsigned long errors = DiagTools::CModuleStatistics::ErrorLines() - m_errorsBefore;
+        if (!m_changes && errors == 0)
+            return;
+        char text[256];
+        if (m_executed)
+            std::snprintf(text, sizeof(text), "Command [%s] executed, error lines traced [%lu].",
+                          m_command, errors);
+        else
+            std::snprintf(text, sizeof(text), "Command [%s] not executed.", m_command);
+        DiagTools::CEventLogWriter::Report(
+            m_executed && errors == 0 ? EVENTLOG_INFORMATION_TYPE : EVENTLOG_WARNING_TYPE,
+            kCommandEventId, text);
+    }
+
     static constexpr DWORD kCommandEventId = 1;
 
     const char* m_command;  // the option's name
     bool m_changes;
-    bool m_refused;
+    bool m_executed = true;
     std::uint32_t m_errorsBefore = DiagTools::CModuleStatistics::ErrorLines();
 };
 
@@ -132,55 +141,60 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
     using Value = po::variable_value;
     struct Command {
         const char* option;
-        bool changes;      // the store, the server or a batch file
-        bool needsServer;  // checked, and said to the user, by the command itself
-        void (*run)(Parser&, const Value&);
+        bool changes;                        // the store, the server or a batch file
+        bool (*run)(Parser&, const Value&);  // as the operations return
     };
     // The first one present runs. The values of the commands without a file are not used.
     static constexpr Command kCommands[] = {
-        {kOptionExportClients, false, false,
+        {kOptionExportClients, false,
          [](Parser& parser, const Value& file) {
-             parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true);
+             return parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true);
          }},
-        {kOptionExportScopes, false, false,
+        {kOptionExportScopes, false,
          [](Parser& parser, const Value& file) {
-             parser.ExecuteExportScopesCommand(file.as<std::string>(), NetshWriter(), true);
+             return parser.ExecuteExportScopesCommand(file.as<std::string>(), NetshWriter(), true);
          }},
-        {kOptionUpdateMAC, true, false,
-         [](Parser& parser, const Value&) { parser.ExecuteUpdateMACCommand(); }},
-        {kOptionScopesIPInfo, true, false,
-         [](Parser& parser, const Value&) { parser.ExecuteUpdateScopesIpInfo(); }},
-        {kOptionErrorDesc, false, false,
+        {kOptionUpdateMAC, true,
+         [](Parser& parser, const Value&) {
+             parser.ExecuteUpdateMACCommand();
+             return true;
+         }},
+        {kOptionScopesIPInfo, true,
+         [](Parser& parser, const Value&) {
+             parser.ExecuteUpdateScopesIpInfo();
+             return true;
+         }},
+        {kOptionErrorDesc, false,
          [](Parser& parser, const Value& code) {
              parser.ExecuteErrorDescriptionCommand(code.as<unsigned int>());
+             return true;
          }},
-        {kOptionUpdateClients, true, true,
+        {kOptionUpdateClients, true,
          [](Parser& parser, const Value& file) {
-             parser.ExecuteUpdateClientsCommand(file.as<std::string>());
+             return parser.ExecuteUpdateClientsCommand(file.as<std::string>());
          }},
-        {kOptionUpdateScopes, true, true,
+        {kOptionUpdateScopes, true,
          [](Parser& parser, const Value& file) {
-             parser.ExecuteUpdateScopesCommand(file.as<std::string>());
+             return parser.ExecuteUpdateScopesCommand(file.as<std::string>());
          }},
-        {kOptionGenerateBatch, true, true,
+        {kOptionGenerateBatch, true,
          [](Parser& parser, const Value& file) {
-             parser.ExecuteGenerateBatchCommand(file.as<std::string>());
+             return parser.ExecuteGenerateBatchCommand(file.as<std::string>());
          }},
-        {kOptionAutoUpdate, true, true,
-         [](Parser& parser, const Value&) { parser.ExecuteSilentModeCommand(); }},
-        {kOptionSetDhcpServerIp, true, true,
-         [](Parser& parser, const Value&) { parser.ExecuteSetDHCPServerIpCommand(); }},
-        {kOptionReservation, true, true,
+        {kOptionAutoUpdate, true,
+         [](Parser& parser, const Value&) { return parser.ExecuteSilentModeCommand(); }},
+        {kOptionSetDhcpServerIp, true,
+         [](Parser& parser, const Value&) { return parser.ExecuteSetDHCPServerIpCommand(); }},
+        {kOptionReservation, true,
          [](Parser& parser, const Value& scopeId) {
-             parser.ExecuteReservationCommand(scopeId.as<std::string>());
+             return parser.ExecuteReservationCommand(scopeId.as<std::string>());
          }},
     };
     for (const Command& command : kCommands) {
         if (variables.count(command.option) == 0)
             continue;
-        const CommandSummary summary(command.option, command.changes,
-                                     command.needsServer && m_dhcpServerIp.empty());
-        command.run(*this, variables[command.option]);
+        CommandSummary summary(command.option, command.changes);
+        summary.SetExecuted(command.run(*this, variables[command.option]));
         return;
     }
     DisplayHelp(description);
@@ -192,63 +206,67 @@ void CDHCPCommandParser::DisplayHelp(const Description& description) {
         Display(FormatText(kHelpLine, option->format_name(), option->description()));
 }
 
-void CDHCPCommandParser::ExecuteExportClientsCommand(std::string fileName,
+bool CDHCPCommandParser::ExecuteExportClientsCommand(std::string fileName,
                                                      const NetshWriter& netshWriter,
                                                      bool showMessages) {
     DT_TRACE(DiagTools::kTraceProgress, "Executing Export Clients Info Command in file [%s]",
              fileName.c_str());
     CDHCPClientInfoImpl clients(m_output, netshWriter);
     if (!ChooseFileName(fileName, kDefaultClientsFile, DialogMode::Save))
-        return;
+        return false;
     if (showMessages)
         Display(kExportClientsStart);
     clients.GetDHCPInfo(fileName);
     if (showMessages)
         Display(FormatText(kExportDone, fileName));
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteExportScopesCommand(std::string fileName,
+bool CDHCPCommandParser::ExecuteExportScopesCommand(std::string fileName,
                                                     const NetshWriter& netshWriter,
                                                     bool showMessages) {
     DT_TRACE(DiagTools::kTraceProgress, "Executing Export Scopes Info Command in file [%s]",
              fileName.c_str());
     CDHCPSegmentInfoImpl scopes(m_output, m_leaseDuration, netshWriter, m_useAdapterFlag);
     if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Save))
-        return;
+        return false;
     if (showMessages)
         Display(kExportScopesStart);
     scopes.GetDHCPInfo(fileName);
     if (showMessages)
         Display(FormatText(kExportDone, fileName));
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteUpdateClientsCommand(std::string fileName) {
+bool CDHCPCommandParser::ExecuteUpdateClientsCommand(std::string fileName) {
     if (!HasServerAddress())
-        return;
+        return false;
     DT_TRACE(DiagTools::kTraceProgress,
              "Executing Update Clients Info Command from file [%s] on DHCP server [%s]",
              fileName.c_str(), m_dhcpServerIp.c_str());
     CDHCPClientInfoImpl clients(m_output, m_dhcpServerIp, m_leaseDuration);
     // Kept as released: the scopes file is proposed for the clients too.
     if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Open))
-        return;
+        return false;
     Display(FormatText(kUpdateClientsStart, fileName));
     clients.SetDHCPInfo(fileName);
     Display(kUpdateClientsDone);
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteUpdateScopesCommand(std::string fileName) {
+bool CDHCPCommandParser::ExecuteUpdateScopesCommand(std::string fileName) {
     if (!HasServerAddress())
-        return;
+        return false;
     DT_TRACE(DiagTools::kTraceProgress,
              "Executing Update Scopes Info Command from file [%s] on DHCP server [%s]",
              fileName.c_str(), m_dhcpServerIp.c_str());
     CDHCPSegmentInfoImpl scopes(m_output, m_dhcpServerIp, m_leaseDuration);
     if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Open))
-        return;
+        return false;
     Display(FormatText(kUpdateScopesStart, fileName));
     scopes.SetDHCPInfo(fileName);
     Display(kUpdateScopesDone);
+    return true;
 }
 
 void CDHCPCommandParser::ExecuteUpdateMACCommand() {
@@ -273,18 +291,19 @@ void CDHCPCommandParser::ExecuteErrorDescriptionCommand(std::uint32_t errorCode)
     Display(CDHCPErrorMsg(errorCode).GetDescription());
 }
 
-void CDHCPCommandParser::ExecuteSetDHCPServerIpCommand() {
+bool CDHCPCommandParser::ExecuteSetDHCPServerIpCommand() {
     if (!HasServerAddress())
-        return;
+        return false;
     CDHCPSegmentInfoImpl scopes(m_output);
     Display(kServerAddressStart);
     scopes.SetDHCPIpAddress(m_dhcpServerIp);
     Display(kServerAddressDone);
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteReservationCommand(const std::string& scopeId) {
+bool CDHCPCommandParser::ExecuteReservationCommand(const std::string& scopeId) {
     if (!HasServerAddress())
-        return;
+        return false;
     NetshWriter writer;
     if (!m_batchFileName.empty())
         writer = boost::make_shared<CNetshCommands>(m_output, m_dhcpServerIp, m_batchFileName);
@@ -292,11 +311,12 @@ void CDHCPCommandParser::ExecuteReservationCommand(const std::string& scopeId) {
     Display(kReservationStart);
     scopes.ChangeDynamicToReserved(scopeId);
     Display(kReservationDone);
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteSilentModeCommand() {
+bool CDHCPCommandParser::ExecuteSilentModeCommand() {
     if (!HasServerAddress())
-        return;
+        return false;
     DT_TRACE(DiagTools::kTraceProgress,
              "Executing silent mode update of scopes and clients Command on DHCP server [%s]",
              m_dhcpServerIp.c_str());
@@ -312,11 +332,12 @@ void CDHCPCommandParser::ExecuteSilentModeCommand() {
     const TempFile clients(CreateTempFileName());
     ExecuteExportClientsCommand(clients.Name(), NetshWriter(), true);
     ExecuteUpdateClientsCommand(clients.Name());
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteGenerateBatchCommand(const std::string& batchFileName) {
+bool CDHCPCommandParser::ExecuteGenerateBatchCommand(const std::string& batchFileName) {
     if (!HasServerAddress())
-        return;
+        return false;
     ExecuteUpdateMACCommand();
     ExecuteUpdateScopesIpInfo();
     ExecuteSetDHCPServerIpCommand();
@@ -332,6 +353,7 @@ void CDHCPCommandParser::ExecuteGenerateBatchCommand(const std::string& batchFil
     Display(kBatchClientsStart);
     ExecuteExportClientsCommand(clients.Name(), writer, false);
     Display(FormatText(kBatchClientsDone, batchFileName));
+    return true;
 }
 
 bool CDHCPCommandParser::HasServerAddress() {

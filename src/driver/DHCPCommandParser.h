@@ -34,20 +34,21 @@ private:
     void DispatchCommand(const Description& description, const Variables& variables);
     void DisplayHelp(const Description& description);
 
-    // An empty file name asks for one; when there is still none, the command ends silently.
-    void ExecuteExportClientsCommand(std::string fileName, const NetshWriter& netshWriter,
-                                     bool showMessages);
-    void ExecuteExportScopesCommand(std::string fileName, const NetshWriter& netshWriter,
-                                    bool showMessages);
-    void ExecuteUpdateClientsCommand(std::string fileName);
-    void ExecuteUpdateScopesCommand(std::string fileName);
     void ExecuteUpdateMACCommand();
     void ExecuteUpdateScopesIpInfo();
     void ExecuteErrorDescriptionCommand(std::uint32_t errorCode);
-    void ExecuteSilentModeCommand();
-    void ExecuteGenerateBatchCommand(const std::string& batchFileName);
-    void ExecuteSetDHCPServerIpCommand();
-    void ExecuteReservationCommand(const std::string& scopeId);
+    // False when the server address is missing or no file name was chosen: then nothing was done.
+    // An empty file name asks for one; when there is still none, the command ends silently.
+    bool ExecuteExportClientsCommand(std::string fileName, const NetshWriter& netshWriter,
+                                     bool showMessages);
+    bool ExecuteExportScopesCommand(std::string fileName, const NetshWriter& netshWriter,
+                                    bool showMessages);
+    bool ExecuteUpdateClientsCommand(std::string fileName);
+    bool ExecuteUpdateScopesCommand(std::string fileName);
+    bool ExecuteSilentModeCommand();
+    bool ExecuteGenerateBatchCommand(const std::string& batchFileName);
+    bool ExecuteSetDHCPServerIpCommand();
+    bool ExecuteReservationCommand(const std::string& scopeId);
 
     /// Tells the user when the server address is missing.
     bool HasServerAddress();
