@@ -131,7 +131,7 @@ void CDiagTrace::Register(HMODULE module, const char* text1, const char* text2) 
 void CDiagTrace::RegisterSavedModule() {
     if (!m_libraryReady && m_mayLoad && m_hSavedAppModuled)
         LoadClient();
-    if (!m_hModule || !m_pfnRegisterModule) {
+    if (!m_hSavedAppModuled || !m_pfnRegisterModule) {
         if (m_registerFault.Allows())
             CInternalTrace::Write("CDiagTrace::Register Receive hModule NULL\n");
         return;

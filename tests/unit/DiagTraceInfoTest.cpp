@@ -147,6 +147,8 @@ TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
     EXPECT_FALSE(info.TraceBuffer(1, nullptr, 4));
     CDiagTraceInfo(nullptr, 7, "F")(1, "text");
     CDiagTraceInfo(nullptr, 7, "F").TraceBuffer(1, "b", 1);
+    CDiagTrace::Instance().Register(nullptr, "", "");
+    CDiagTrace::Instance().Register(nullptr, "", "");  // said once in five seconds
     EXPECT_EQ(NewLines(), "filter\nfilter\nfilter\n");
     std::string faults;
     std::istringstream log(lab_test::ReadAll(folder / L"DT.LOG"));
@@ -156,7 +158,8 @@ TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
               "CDiagTraceInfo::operator() if(NULL == pszFmt) Failed|"
               "CDiagTraceInfo::operator() if(NULL == pBuf) Failed|"
               "CDiagTrace::Trace if((NULL == pszFile)||(NULL == pszTrace)) Failed|"
-              " CDiagTrace::Trace if((NULL == pszFile)||(NULL == pBuf)) Failed|");
+              " CDiagTrace::Trace if((NULL == pszFile)||(NULL == pBuf)) Failed|"
+              "CDiagTrace::Register Receive hModule NULL|");
 }
 
 }  // namespace
