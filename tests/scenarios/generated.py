@@ -31,7 +31,9 @@ AUTOMATIC = f"-a -i {SERVER} -d {LEASE}"
 
 def same(what, expected, actual):
     if expected != actual:
-        texts = [json.dumps(value, indent=1).splitlines() for value in (expected, actual)]
+        texts = [(value if isinstance(value, str) else
+                  json.dumps(value, indent=1, sort_keys=True)).splitlines()
+                 for value in (expected, actual)]
         raise Failure("\n".join(itertools.islice(difflib.unified_diff(
             *texts, f"{what} (expected)", f"{what} (actual)", lineterm=""), 60)))
 
