@@ -13,6 +13,7 @@ namespace po = boost::program_options;
 std::string Parse(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "dhcpmigrate");
     std::vector<const char*> argv;
+    argv.reserve(arguments.size());
     for (const std::string& argument : arguments)
         argv.push_back(argument.c_str());
     try {

@@ -65,7 +65,7 @@ TEST(LabFaults, TheFirstLineThatFitsACallDecides) {
 
 TEST(LabFaults, LinesThatCannotBeReadAreNamed) {
     std::vector<std::string> errors;
-    FaultScript(
+    const FaultScript script(
         "A #1 = 1\nA 1 = 1\nA #0 = 1\nA #1 1\nA * = 4294967296\nA * = 0x\n#1 = 1\nA * = -1\n* = 1",
         errors);
     std::string lines;
