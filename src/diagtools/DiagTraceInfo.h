@@ -53,7 +53,11 @@ private:
 
 constexpr FunctionTag::FunctionTag(const char* signature) : text{} {
     const char* end = signature;
-    for (int depth = 0; *end && !(*end == '(' && depth == 0); ++end)
+    // A lambda's function follows the parameter list in GCC's signature, "::<lambda" in MSVC's.
+    const auto lambda = [](const char* at) {
+        return at[0] == ':' && at[1] == ':' && at[2] == '<' && at[3] == 'l';
+    };
+    for (int depth = 0; *end && !(depth == 0 && (*end == '(' || lambda(end))); ++end)
         depth += *end == '<' ? 1 : *end == '>' ? -1 : 0;
     const char* begin = end;
     int components = 0;

@@ -6,6 +6,7 @@
 #include <boost/filesystem.hpp>
 #include <boost/make_shared.hpp>
 #include <cstdio>
+#include <exception>
 
 #include "clients/DHCPClientInfoImpl.h"
 #include "clients/MACUpdateImpl.h"
@@ -66,17 +67,23 @@ public:
 private:
     void Report() const {
         const unsigned long errors = DiagTools::CModuleStatistics::ErrorLines() - m_errorsBefore;
-        if (!m_changes && errors == 0)
+        const bool thrown = std::uncaught_exceptions() > m_exceptionsBefore;
+        if (!m_changes && errors == 0 && !thrown)
             return;
         char text[256];
-        if (m_executed)
+        if (thrown)
+            std::snprintf(text, sizeof(text),
+                          "Command [%s] ended by an exception, error lines traced [%lu].",
+                          m_command, errors);
+        else if (m_executed)
             std::snprintf(text, sizeof(text), "Command [%s] executed, error lines traced [%lu].",
                           m_command, errors);
         else
             std::snprintf(text, sizeof(text), "Command [%s] not executed.", m_command);
-        DiagTools::CEventLogWriter::Report(
-            m_executed && errors == 0 ? EVENTLOG_INFORMATION_TYPE : EVENTLOG_WARNING_TYPE,
-            kCommandEventId, text);
+        DiagTools::CEventLogWriter::Report(m_executed && errors == 0 && !thrown
+                                               ? EVENTLOG_INFORMATION_TYPE
+                                               : EVENTLOG_WARNING_TYPE,
+                                           kCommandEventId, text);
     }
 
     static constexpr DWORD kCommandEventId = 1;
@@ -84,6 +91,7 @@ private:
     const char* m_command;  // the option's name
     bool m_changes;
     bool m_executed = true;
+    int m_exceptionsBefore = std::uncaught_exceptions();
     std::uint32_t m_errorsBefore = DiagTools::CModuleStatistics::ErrorLines();
 };
 
@@ -381,7 +389,7 @@ void CDHCPCommandParser::Display(const std::string& message) {
 }
 
 std::string CDHCPCommandParser::CreateTempFileName() {
-    // GetTempPathA ends its text in the separator; Boost's temp_directory_path would drop it.
+    // GetTempPathA ends its text in the separator; Boost's temp_directory_path gives one without.
     char folder[MAX_PATH + 2] = "";
     if (::GetTempPathA(static_cast<DWORD>(sizeof(folder)), folder) >= sizeof(folder))
         folder[0] = '\0';

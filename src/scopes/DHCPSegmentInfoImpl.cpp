@@ -482,7 +482,7 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
         remove(dynamicHardware, dynamicAddress);
         error = manager.AddNewReservation(
             reserved.GetName(), reserved.GetIPAddress(), reserved.GetSubnetMask(), dynamicHardware,
-            reserved.GetComment(), reserved.GetLeaseExpiry(), CIPAddressString(scopeId).Number());
+            reserved.GetComment(), reserved.GetLeaseExpiry(), scopeNumber);
         if (error != ERROR_SUCCESS)
             DT_TRACE(DiagTools::kTraceError,
                      "Unable to change to reserved for client [%s] due to error [%lu]",

@@ -58,8 +58,8 @@ public:
     void SetDHCPIpAddress(const std::string& serverAddress);
 
     /// Turns each pair of a reservation and a dynamic lease of the same host into one reservation,
-    /// on the server or as netsh commands. The server's Win32 code of what failed first (the list)
-    /// or last (a reservation), 0 when neither did.
+    /// on the server or as netsh commands. The list's Win32 code when that failed, else the code of
+    /// the last reservation made: an earlier failure is forgotten. 0 with netsh commands.
     HRESULT ChangeDynamicToReserved(const std::string& scopeId);
     HRESULT ChangeAllDynamicToReserved(const std::string& scopeId, const ClientList& clients);
 

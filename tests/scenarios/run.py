@@ -91,13 +91,12 @@ class Masks:
             tail = f"<random {number}>"
             text = text.replace(mac, "00-04-70-" + tail)
             text = text.replace(mac.replace("-", ""), "000470" + tail)
-        text = re.sub(r'(": )?(?<!\d)(1[3-9]\d{16})(?!\d)', self.relative_time, text)
+        text = re.sub(r'(": ?)?(?<!\d)(1[3-9]\d{16})(?!\d)', self.relative_time, text)
         # lab_statistics: process id and start time.
         text = re.sub(r"^(\S+\.exe) +\d+  (running|ended  )  [-\d]{10} [:\d]{8}",
                       r"\1 <process> \2 <time>", text, flags=re.M)
         # The diagnostics' own log begins its lines with the local time.
         return re.sub(r"^\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text, flags=re.M)
-
 
     def relative_time(self, match):
         """A FILETIME as the distance from the run, which is the lease duration; in JSON quoted."""
@@ -108,7 +107,7 @@ class Masks:
         roundest = max(range(shortest, longest + 1), default=longest,
                        key=lambda seconds: len(str(seconds)) - len(str(seconds).rstrip("0")))
         text = f"<now + {roundest} s>"
-        return f'": "{text}"' if match[1] else text
+        return f'{match[1]}"{text}"' if match[1] else text
 
 
 def registry_value(kind, data):
