@@ -1,37 +1,35 @@
-// What the tests of the stand-ins share: a folder, an environment, and a DLL loaded in it.
+// What the tests of the stand-ins share: a folder, and a DLL that works in it.
 #pragma once
 
 #include <windows.h>
 
-#include <cwchar>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <type_traits>
 
 namespace lab_test {
 
 inline std::string ReadAll(const std::wstring& path) {
-    std::ifstream file(std::string(path.begin(), path.end()), std::ios::binary);
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 inline void WriteAll(const std::wstring& path, const std::string& bytes) {
-    std::ofstream(std::string(path.begin(), path.end()), std::ios::binary) << bytes;
+    std::ofstream(std::filesystem::path(path), std::ios::binary) << bytes;
 }
 
 /// A new folder of this process; its path ends in a backslash. Removed at the end with its content.
 class Folder {
 public:
     Folder() {
-        // Asked once: a test may give its child process another temporary folder.
-        static const std::wstring temp = std::filesystem::temp_directory_path().wstring();
         static int number = 0;
-        path_ = temp + L"\\lab" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                std::to_wstring(++number) + L"\\";
+        path_ = std::filesystem::temp_directory_path().wstring() + L"\\lab" +
+                std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++number) + L"\\";
         ::CreateDirectoryW(path_.c_str(), nullptr);
     }
     ~Folder() {
@@ -42,27 +40,44 @@ public:
     Folder& operator=(const Folder&) = delete;
     std::wstring operator/(const wchar_t* name) const { return path_ + name; }
 
+    /// The misuses that the journal tells of, a line each.
+    std::string Misuses() const {
+        std::istringstream journal(ReadAll(path_ + L"j"));
+        std::string found;
+        for (std::string line; std::getline(journal, line);) {
+            found += line.rfind("MISUSE ", 0) == 0 ? line.substr(7) + "\n" : "";
+        }
+        return found;
+    }
+
 private:
     std::wstring path_;
 };
 
-/// A stand-in that reads the given settings, and no other, when it is loaded.
+/// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults), t(race),
+/// a(dapters). It reads its settings when it is first called.
 class Library {
 public:
-    Library(const wchar_t* dll, const std::map<std::wstring, std::wstring>& settings) {
-        wchar_t* const block = ::GetEnvironmentStringsW();
-        for (const wchar_t* entry = block; *entry; entry += std::wcslen(entry) + 1) {
-            const std::wstring text = entry;
-            if (text.rfind(L"DHCPLAB_", 0) == 0) {
-                ::SetEnvironmentVariableW(text.substr(0, text.find(L'=')).c_str(), nullptr);
-            }
-        }
-        ::FreeEnvironmentStringsW(block);
-        for (const auto& [name, value] : settings) {
-            ::SetEnvironmentVariableW(name.c_str(), value.c_str());
+    Library(const wchar_t* dll, const Folder& folder,
+            std::map<std::wstring, std::wstring> settings = {})
+        : settings_(std::move(settings)) {
+        settings_.insert({{L"JOURNAL", folder / L"j"},
+                          {L"SERVER_STATE", folder / L"s"},
+                          {L"FAULTS", folder / L"f"},
+                          {L"TRACE", folder / L"t"},
+                          {L"ADAPTERS", folder / L"a"}});
+        for (const auto& [name, value] : settings_) {
+            ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), value.c_str());
         }
         module_.reset(::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str()));
     }
+    ~Library() {
+        for (const auto& [name, value] : settings_) {
+            ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), nullptr);
+        }
+    }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
     /// The exported function, or null.
     template <class Function>
     Function* Get(const char* name) const {
@@ -76,6 +91,7 @@ private:
     struct Free {
         void operator()(HMODULE module) const noexcept { ::FreeLibrary(module); }
     };
+    std::map<std::wstring, std::wstring> settings_;
     std::unique_ptr<std::remove_pointer_t<HMODULE>, Free> module_;
 };
 
