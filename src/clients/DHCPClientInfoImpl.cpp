@@ -9,6 +9,7 @@
 #include "diagtools/HResultCheck.h"
 #include "driver/FormatText.h"
 #include "driver/OutputMsg.h"
+#include "driver/ResultTexts.h"
 #include "netsh/NetshCommands.h"
 #include "store/IPAddressString.h"
 #include "store/StoreFields.h"
@@ -28,7 +29,6 @@ constexpr char kClientFound[] =
 constexpr char kClientToAdd[] =
     "Client to add in DHCP server : Name [%s], IP Address [%s], NetMask [%s], DNS1 [%s], DNS2 "
     "[%s], MAC Address [%s], Lease Status [%s] -> ";
-constexpr char kFailed[] = "Failed with error [%lu].\n";  // the server's error
 
 constexpr char kReserved[] = "Reserved";
 
@@ -137,10 +137,10 @@ HRESULT CDHCPClientInfoImpl::SetDHCPClientInfo(const std::string& line) {
     const std::string message = FormatFields(kClientToAdd, fields);
     const DWORD error = AddClientToServer(fields);
     if (error != ERROR_SUCCESS) {
-        DisplayThrough(m_output, message + FormatText(kFailed, error), false);
+        DisplayThrough(m_output, message + FormatText(kRecordFailed, error), false);
         return E_FAIL;
     }
-    DisplayThrough(m_output, message + "OK\n", true);
+    DisplayThrough(m_output, message + kRecordDone, true);
     return S_OK;
 }
 

@@ -3,6 +3,7 @@
 #include "diagtools/HResultCheck.h"
 #include "driver/FormatText.h"
 #include "driver/OutputMsg.h"
+#include "driver/ResultTexts.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {
     clientMacAddress.FromString(storedMac);
     const std::string message = FormatText(kCheckingMac, clientName.Narrow(), storedMac);
     if (clientMacAddress.IsPrefixValid()) {
-        DisplayThrough(m_output, message + "OK\n", true);
+        DisplayThrough(m_output, message + kRecordDone, true);
         return S_OK;
     }
     clientMacAddress.SetPrefix(0x00, 0x04, 0x70);

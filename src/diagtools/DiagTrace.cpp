@@ -116,6 +116,7 @@ void CDiagTrace::LoadClient() {
     if (!m_libraryReady) {
         // An incomplete library is as good as none: nothing is handed to it, and it is not loaded
         // again for every line.
+        m_incomplete = m_pfnRegisterModule != nullptr;
         Unload();
         m_mayLoad = false;
     }
@@ -131,6 +132,8 @@ void CDiagTrace::Register(HMODULE module, const char* text1, const char* text2) 
 void CDiagTrace::RegisterSavedModule() {
     if (!m_libraryReady && m_mayLoad && m_hSavedAppModuled)
         LoadClient();
+    if (m_incomplete)  // said already
+        return;
     if (!m_hSavedAppModuled || !m_pfnRegisterModule) {
         if (m_registerFault.Allows())
             CInternalTrace::Write("CDiagTrace::Register Receive hModule NULL\n");

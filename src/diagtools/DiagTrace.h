@@ -75,6 +75,7 @@ private:
     bool m_registered = false;
     bool m_libraryReady = false;
     bool m_mayLoad = true;
+    bool m_incomplete = false;  // it could register modules, but lacks a later entry
     HMODULE m_hSavedAppModuled = nullptr;
     std::string m_text1;
     std::string m_text2;

@@ -1,13 +1,17 @@
 #include "scopes/DHCPSegmentInfoImpl.h"
 
 #include <boost/algorithm/string.hpp>
+#include <exception>
 #include <fstream>
+#include <iterator>
+#include <memory>
 
 #include "clients/CsvFile.h"
 #include "dhcpserver/AddressRange.h"
 #include "dhcpserver/DHCPManager.h"
 #include "diagtools/HResultCheck.h"
 #include "driver/FormatText.h"
+#include "driver/ResultTexts.h"
 #include "store/IPAddressString.h"
 #include "store/RegistryText.h"
 #include "store/StoreFields.h"
@@ -24,13 +28,19 @@ constexpr char kScopeFound[] =                    // name, address, mask, scope 
 constexpr char kScopeToAdd[] =  // name, address, mask, scope id, comment
     "Scope to add in DHCP server : Name [%s], IP Address [%s], NetMask [%s], Scope [%s], Comments "
     "[%s] -> ";
-constexpr char kScopeAdded[] = "OK\n";
-constexpr char kScopeFailed[] = "Failed with error [%lu].\n";  // error code
-constexpr char kScopeIpInfo[] =                                // scope id, address, mask
+constexpr char kScopeIpInfo[] =  // scope id, address, mask
     "Scope IP information : Network ID [%s], IP [%s], Mask [%s]\n";
 
 // The fields of a CSV line. What follows the fifth is not read.
 enum CsvField : std::size_t { kName, kAddress, kMask, kNetworkId, kDescription, kFieldCount };
+
+// Trace lines of more than one operation, or of more than one place.
+constexpr char kRetrievingList[] = "Retrieving Scopes list";
+constexpr char kInterfaceFound[] = "Zeph-On interface found [%s]";       // name as read
+constexpr char kAddressFound[] = "Ip Address [%s] Net Mask found [%s]";  // address, mask
+constexpr char kKeyNotOpened[] = "Unable to open registry key [%s]";     // path
+// Also said of the address lists: kept as released for log searches.
+constexpr char kNoInterfaceName[] = "Unable to get interface name for registry key [%s]";  // path
 
 constexpr char kInterfacesKey[] = "SOFTWARE\\Vantrel\\Zephon\\Mode\\Interfaces\\";
 constexpr char kInterfaceMarker[] = "zeph-on";
@@ -103,7 +113,7 @@ void CDHCPSegmentInfoImpl::GetDHCPInfo(const std::string& fileName) {
     std::ofstream file(fileName, std::ios::out | std::ios::trunc);
     if (file.is_open()) {
         file << kCsvHeader;
-        DT_TRACE(DiagTools::kTraceDetail, "Retrieving Scopes list");
+        DT_TRACE(DiagTools::kTraceDetail, kRetrievingList);
         TextList scopeIds;
         if (SUCCEEDED(GetScopesList(scopeIds))) {
             for (const std::string& scopeId : scopeIds) {
@@ -190,11 +200,11 @@ HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeInfo(const std::string& line) {
     // Not FAILED(): the server's codes are positive numbers.
     const HRESULT result = AddScope(fields);
     if (result == S_OK) {
-        DisplayThrough(m_output, progress + kScopeAdded, true);
+        DisplayThrough(m_output, progress + kRecordDone, true);
         return S_OK;
     }
     DisplayThrough(m_output,
-                   progress + FormatText(kScopeFailed, static_cast<unsigned long>(result)), false);
+                   progress + FormatText(kRecordFailed, static_cast<unsigned long>(result)), false);
     return E_FAIL;
 }
 
@@ -224,7 +234,7 @@ HRESULT CDHCPSegmentInfoImpl::AddScope(const TextList& fields) {
 void CDHCPSegmentInfoImpl::SetDHCPIpInfo() {
     if (FAILED(Initialize()))
         return;
-    DT_TRACE(DiagTools::kTraceDetail, "Retrieving Scopes list");
+    DT_TRACE(DiagTools::kTraceDetail, kRetrievingList);
     TextList scopeNameList;
     GetScopesList(scopeNameList);
     for (std::size_t index = 0; index < scopeNameList.size(); ++index)
@@ -266,8 +276,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingIpConf(const std::strin
     for (const Adapter& adapter : ipConf->Adapters()) {
         if (!IsGatewayInterface(adapter.displayName))
             continue;
-        DT_TRACE(DiagTools::kTraceRecord, "Zeph-On interface found [%s]",
-                 adapter.displayName.c_str());
+        DT_TRACE(DiagTools::kTraceRecord, kInterfaceFound, adapter.displayName.c_str());
         if (SUCCEEDED(GetAdapterInfoForScope(adapter, scopeId, address, mask)))
             return S_OK;
     }
@@ -289,10 +298,10 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingRegistry(const std::str
                                                                   std::string& mask) {
     const RegKey interfaces = OpenKey(kInterfacesKey);
     if (!interfaces) {
-        DT_TRACE(DiagTools::kTraceError, "Unable to open registry key [%s]", kInterfacesKey);
+        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, kInterfacesKey);
         return E_FAIL;
     }
-    char subkey[2 * 255 + 1];  // a key's name has at most 255 characters, of two bytes each
+    char subkey[3 * 255 + 1];  // at most 255 UTF-16 units, of three bytes each in UTF-8
     for (DWORD index = 0;; ++index) {
         DWORD chars = static_cast<DWORD>(std::size(subkey));
         if (::RegEnumKeyExA(interfaces.get(), index, subkey, &chars, nullptr, nullptr, nullptr,
@@ -302,7 +311,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingRegistry(const std::str
         std::string name;
         if (FAILED(GetInterfaceName(path, name)) || !IsGatewayInterface(name))
             continue;
-        DT_TRACE(DiagTools::kTraceRecord, "Zeph-On interface found [%s]", name.c_str());
+        DT_TRACE(DiagTools::kTraceRecord, kInterfaceFound, name.c_str());
         if (SUCCEEDED(GetAdapterInfoForScope(path, scopeId, address, mask)))
             return S_OK;
     }
@@ -328,14 +337,12 @@ bool CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& foundAddres
                                                   const std::string& foundMask,
                                                   std::uint32_t scopeNumber, std::string& address,
                                                   std::string& mask) {
-    DT_TRACE(DiagTools::kTraceRecord, "Ip Address [%s] Net Mask found [%s]", foundAddress.c_str(),
-             foundMask.c_str());
+    DT_TRACE(DiagTools::kTraceRecord, kAddressFound, foundAddress.c_str(), foundMask.c_str());
     if (GetAdapterNetworkId(foundAddress, foundMask) != scopeNumber)
         return false;
     mask = foundMask;
     address = foundAddress;
-    DT_TRACE(DiagTools::kTraceRecord, "Ip Address [%s] Net Mask found [%s]", address.c_str(),
-             mask.c_str());
+    DT_TRACE(DiagTools::kTraceRecord, kAddressFound, address.c_str(), mask.c_str());
     return true;
 }
 
@@ -351,15 +358,13 @@ HRESULT CDHCPSegmentInfoImpl::GetInterfaceName(const std::string& registryEntryL
                                                std::string& name) {
     const RegKey key = OpenKey(registryEntryLocation);
     if (!key) {
-        DT_TRACE(DiagTools::kTraceError, "Unable to open registry key [%s]",
-                 registryEntryLocation.c_str());
+        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
         return E_FAIL;
     }
     char text[kRegistryValueBytes];
     DWORD type = 0;
     if (!ReadRegistryText(key.get(), "Interface", text, type) || type == REG_MULTI_SZ) {
-        DT_TRACE(DiagTools::kTraceError, "Unable to get interface name for registry key [%s]",
-                 registryEntryLocation.c_str());
+        DT_TRACE(DiagTools::kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
         return E_FAIL;
     }
     name = text;
@@ -380,16 +385,13 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterField(const std::string& registryEntryLo
                                               const char* valueName, TextList& texts) {
     const RegKey key = OpenKey(registryEntryLocation);
     if (!key) {
-        DT_TRACE(DiagTools::kTraceError, "Unable to open registry key [%s]",
-                 registryEntryLocation.c_str());
+        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
         return E_FAIL;
     }
     char list[kRegistryValueBytes];
     DWORD type = 0;
     if (!ReadRegistryText(key.get(), valueName, list, type) || type != REG_MULTI_SZ) {
-        // The interface name is not what is missing here; kept as released for log searches.
-        DT_TRACE(DiagTools::kTraceError, "Unable to get interface name for registry key [%s]",
-                 registryEntryLocation.c_str());
+        DT_TRACE(DiagTools::kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
         return E_FAIL;
     }
     for (const char* text = list; *text; text += texts.back().size() + 1)

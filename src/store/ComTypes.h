@@ -1,5 +1,5 @@
-// Owners of COM resources, under the names the traced expression texts use: log readers know
-// "clientIP.ChangeType(VT_UI4)", and with these names the traced text is the code itself. Only the
+// Owners of COM resources, under the names that the traced expression texts use, such as
+// "CComBSTR(scopeId.c_str())" in the store calls: so the traced text is the code itself. Only the
 // members this tool needs.
 #pragma once
 

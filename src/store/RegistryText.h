@@ -14,7 +14,7 @@ using RegKey = std::unique_ptr<HKEY, RegKeyClose>;
 /// KEY_READ | KEY_WRITE: what the gateway's own keys are opened with.
 inline constexpr REGSAM kRegReadWrite = 0x2001F;
 
-/// Whether data as the registry returned it is a non-empty text that ends with its own terminator:
+/// Whether data as the registry returned it is a text, possibly "", that ends with its terminator:
 /// one NUL for REG_SZ and REG_EXPAND_SZ, two for REG_MULTI_SZ. Judged by the returned size alone; a
 /// NUL that happens to follow in the buffer is not the value's.
 bool IsTerminatedText(DWORD type, const char* data, DWORD bytes);

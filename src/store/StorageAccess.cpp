@@ -22,12 +22,21 @@ CStorageAccess::~CStorageAccess() {
 
 HRESULT CStorageAccess::Initialize() {
     const HRESULT entered = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    const HRESULT hr = InitializeStorageAccess();
-    if (FAILED(hr)) {
+    // A component that was not opened is released, never closed; also when memory ran out.
+    const auto leave = [&] {
         m_storageAccess.Release();
         if (SUCCEEDED(entered))
             ::CoUninitialize();
+    };
+    HRESULT hr = S_OK;
+    try {
+        hr = InitializeStorageAccess();
+    } catch (...) {
+        leave();
+        throw;
     }
+    if (FAILED(hr))
+        leave();
     RETURN_IF_FAILED_AS("InitializeStorageAccess()", hr);
     return S_OK;
 }
