@@ -44,7 +44,9 @@ struct Tagged {
 };
 
 template <class T>
-struct Box {
+struct Box;
+template <>
+struct Box<std::pair<int, int>> {
     std::string Get() { return FunctionTag(DT_SIGNATURE).text; }
 };
 
@@ -57,7 +59,7 @@ TEST(FunctionTag, IsTheQualifiedNameWhateverSurroundsIt) {
     EXPECT_EQ(*tagged.Pointer(), "Tagged::Pointer");
     EXPECT_EQ(tagged.Lambda(), "Tagged::Lambda");
     EXPECT_EQ(tagged.Template(std::map<int, std::string>()), "Tagged::Template");
-    EXPECT_EQ((Box<std::pair<int, Tagged>>().Get()), "Box<T>::Get");
+    EXPECT_EQ((Box<std::pair<int, int>>().Get()), "Box<std::pair<int, int> >::Get");
     const std::string longName(200, 'n');
     EXPECT_EQ(FunctionTag(("void C::" + longName + "(int)").c_str()).text,
               "C::" + longName.substr(0, 124));
@@ -76,8 +78,7 @@ protected:
         static const lab_test::Folder folder;
         path = folder / L"t";
         // Loaded before, it is the one that the program's own look-up finds.
-        static const lab_test::Library client(
-            L"DTClient.dll", {{L"DHCPLAB_TRACE", path}, {L"DHCPLAB_TRACE_COUNT", L"1"}});
+        static const lab_test::Library client(L"DTClient.dll", folder, {{L"TRACE_COUNT", L"1"}});
         EXPECT_EQ(filterAtStart, 255u);
         EXPECT_EQ(CDiagTraceInfoRegister().Register(::GetModuleHandleA(nullptr)), 1);
         EXPECT_EQ(NewLines(), "register|unit_tests.exe|\"\"|\"\"\n");

@@ -51,12 +51,9 @@ TEST(OutputMsg, AMessageIsOneWriteOnStandardOutputInTextMode) {
     output->DisplayMsg("\nfirst\n\n", false);
     output->DisplayMsg("no line end", false);
     output->DisplayMsg("help\r\n%s\xE9", true);
+    EXPECT_EQ(console.Messages(), (Texts{"\r\nfirst\r\n\r\n", "no line end", "help\r\r\n%s\xE9"}));
     output->DisplayMsg(std::string(40000, '\n'), false);
-    std::string lineEnds;
-    for (int i = 0; i < 40000; ++i)
-        lineEnds += "\r\n";
-    EXPECT_EQ(console.Messages(),
-              (Texts{"\r\nfirst\r\n\r\n", "no line end", "help\r\r\n%s\xE9", lineEnds}));
+    EXPECT_EQ(console.Messages().at(0).size(), 80000u);
     output->SetVerbose(false);
     output->DisplayMsg("detail", true);
     output->DisplayMsg("result", false);
@@ -90,21 +87,19 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
 
 TEST(OutputMsg, LongTextsAreNeverCut) {
     const lab_test::Folder folder;
-    const lab_test::Library server(L"dhcpsapi.dll", {{L"DHCPLAB_JOURNAL", folder / L"calls"},
-                                                     {L"DHCPLAB_SERVER_STATE", folder / L"state"}});
+    const lab_test::Library server(L"dhcpsapi.dll", folder);
     const std::string name(40000, 'n');
     const TempFile csv("long.csv");
     csv.Write("header\n" + name + ",10.1.0.1,255.255.0.0,10.1.0.0,%n%s\x07");
     MessagePipe console;
     const auto output = boost::make_shared<COutputMsg>();
     CDHCPSegmentInfoImpl(output, "10.0.0.2", 60).SetDHCPInfo(csv.Path());
-    EXPECT_EQ(console.Messages(),
-              (Texts{"Scope to add in DHCP server : Name [" + name +
-                     "], IP Address [10.1.0.1], NetMask [255.255.0.0], Scope [10.1.0.0], Comments "
-                     "[%n%s\x07] -> OK\r\n"}));
-    EXPECT_NE(lab_test::ReadAll(folder / L"calls").find("name=\"" + name + "\""),
-              std::string::npos);
-    EXPECT_NE(lab_test::ReadAll(folder / L"state.log").find("\"" + name + "\""), std::string::npos);
+    const Texts expected = {"Scope to add in DHCP server : Name [" + name +
+                            "], IP Address [10.1.0.1], NetMask [255.255.0.0], Scope [10.1.0.0], "
+                            "Comments [%n%s\x07] -> OK\r\n"};
+    EXPECT_TRUE(console.Messages() == expected);  // nobody wants to see the difference
+    EXPECT_NE(lab_test::ReadAll(folder / L"j").find("name=\"" + name + "\""), std::string::npos);
+    EXPECT_NE(lab_test::ReadAll(folder / L"s.log").find("\"" + name + "\""), std::string::npos);
 }
 
 }  // namespace
