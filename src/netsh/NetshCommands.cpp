@@ -58,10 +58,6 @@ std::string ToText(std::uint32_t address) {
     return CIPAddressString(address).Text();
 }
 
-std::string ClientNetworkId(const std::string& address, const std::string& mask) {
-    return ToText(NetworkAddress(ToNumber(address), ToNumber(mask)));
-}
-
 std::string WithoutDashes(const std::string& mac) {
     return boost::algorithm::erase_all_copy(mac, "-");
 }
@@ -106,6 +102,14 @@ void CNetshCommands::AddCommentBlock(const std::string& comment) {
     AddCommandToBatchFile("\n", false);
     AddCommandToBatchFile(comment, false);
     AddCommandToBatchFile("\n", false);
+}
+
+std::string CNetshCommands::AddClientComment(const char* format, const std::string& clientName,
+                                             const std::string& address, const std::string& mask,
+                                             const std::string& mac) {
+    const std::string networkId = ToText(NetworkAddress(ToNumber(address), ToNumber(mask)));
+    AddCommentBlock(FormatText(format, clientName, address, ToNumber(address), networkId, mac));
+    return networkId;
 }
 
 void CNetshCommands::AddScopeCommands(const std::string& scopeName, const std::string& networkId,
@@ -172,9 +176,7 @@ void CNetshCommands::ReservedClientAddressInDHCPScope(const std::string& clientN
                                                       const std::string& mac) {
     if (m_fileName.empty())
         return;
-    const std::string networkId = ClientNetworkId(address, mask);
-    AddCommentBlock(
-        FormatText(kAddingClient, clientName, address, ToNumber(address), networkId, mac));
+    const std::string networkId = AddClientComment(kAddingClient, clientName, address, mask, mac);
     DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
              address.c_str(), mask.c_str(), mac.c_str());
     AddCommandToBatchFile(
@@ -188,9 +190,7 @@ void CNetshCommands::DeleteClientAddressFromDHCPScope(const std::string& clientN
                                                       const std::string& mac) {
     if (m_fileName.empty())
         return;
-    const std::string networkId = ClientNetworkId(address, mask);
-    AddCommentBlock(
-        FormatText(kDeletingClient, clientName, address, ToNumber(address), networkId, mac));
+    const std::string networkId = AddClientComment(kDeletingClient, clientName, address, mask, mac);
     DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
              address.c_str(), mask.c_str(), mac.c_str());
     AddCommandToBatchFile(

@@ -50,6 +50,10 @@ public:
 private:
     void WriteTrailer();
     void AddCommentBlock(const std::string& comment);
+    /// Returns the network id, address AND mask, for the command below the comment.
+    std::string AddClientComment(const char* format, const std::string& clientName,
+                                 const std::string& address, const std::string& mask,
+                                 const std::string& mac);
 
     std::string m_fileName;
     std::string m_server;
