@@ -35,8 +35,8 @@ HRESULT Fill(SAFEARRAY* array, VARTYPE elementType, const std::vector<const Type
 }  // namespace
 
 bool ResultShape::IsKnown() const {
-    for (const wchar_t* const known :
-         {L"", L"odd", L"bstr-array", L"i4", L"empty", L"null-array", L"two-dimensional"}) {
+    for (const wchar_t* const known : {L"", L"odd", L"twice", L"bstr-array", L"i4", L"empty",
+                                       L"null-array", L"two-dimensional"}) {
         if (result == known) {
             return true;
         }
@@ -58,8 +58,12 @@ HRESULT ResultShape::Make(const std::vector<const TypedText*>& elements,
     const VARTYPE elementType = result == L"bstr-array" ? VT_BSTR : VT_VARIANT;
     OwnedArray array;
     if (result != L"null-array") {
-        const std::vector<const TypedText*> listed(
-            elements.begin(), elements.end() - (result == L"odd" && !elements.empty() ? 1 : 0));
+        std::vector<const TypedText*> listed = elements;
+        if (result == L"odd" && !listed.empty()) {
+            listed.pop_back();
+        } else if (result == L"twice") {
+            listed.insert(listed.end(), elements.begin(), elements.end());
+        }
         SAFEARRAYBOUND bounds[] = {{static_cast<ULONG>(listed.size()), lower}, {1, 0}};
         array.reset(::SafeArrayCreate(elementType, result == L"two-dimensional" ? 2 : 1, bounds));
         if (!array) {

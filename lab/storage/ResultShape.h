@@ -12,8 +12,9 @@ namespace lab {
 /// of the component are rehearsed with answers that they must take for an empty list.
 ///
 /// result: variants (default): VT_ARRAY|VT_VARIANT; odd: the same without its last element;
-/// bstr-array: VT_ARRAY|VT_BSTR; i4: a number; empty: VT_EMPTY; null-array: VT_ARRAY|VT_VARIANT
-/// without an array; two-dimensional: one column. lower: the first index, normally 0.
+/// twice: all elements, then all again; bstr-array: VT_ARRAY|VT_BSTR; i4: a number; empty:
+/// VT_EMPTY; null-array: VT_ARRAY|VT_VARIANT without an array; two-dimensional: one column. lower:
+/// the first index, normally 0.
 class ResultShape {
 public:
     std::wstring result;
