@@ -26,12 +26,7 @@ inline void WriteAll(const std::wstring& path, const std::string& bytes) {
 /// A new folder of this process; its path ends in a backslash. Removed at the end with its content.
 class Folder {
 public:
-    Folder() {
-        static int number = 0;
-        path_ = std::filesystem::temp_directory_path().wstring() + L"\\lab" +
-                std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++number) + L"\\";
-        ::CreateDirectoryW(path_.c_str(), nullptr);
-    }
+    Folder() { ::CreateDirectoryW(path_.c_str(), nullptr); }
     ~Folder() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
@@ -51,7 +46,10 @@ public:
     }
 
 private:
-    std::wstring path_;
+    static inline int number_ = 0;
+    const std::wstring path_ = std::filesystem::temp_directory_path().wstring() + L"\\lab" +
+                               std::to_wstring(::GetCurrentProcessId()) + L"-" +
+                               std::to_wstring(++number_) + L"\\";
 };
 
 /// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults), t(race),
