@@ -176,7 +176,10 @@ netsh dhcp server x scope 10.2.0.0 delete reservedip
                      "ownerAddress": "127.0.0.1"},
         "10.2.0.6": {"mac": "0a-bb", "name": "dhcp", "comment": "", "ownerName": "DHCPLAB"}}})");
     server.settings.reserveLeasedCode = kJetError;
-    server.Run("netsh dhcp server x scope 10.1.0.0 add reservedip\n 20013 10.1.0.5 99");
+    server.Run(R"(netsh dhcp server x scope 10.1.0.0 add reservedip
+    20013  10.1.0.5 99; 10.1.0.9 07
+    20022  10.1.0.6 99; 10.1.0.9 0abb                 # reserved, not just leased
+)");
 }
 
 TEST(LabDhcpRules, ClientsAreListedPageByPage) {

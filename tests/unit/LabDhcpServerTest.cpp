@@ -1,6 +1,7 @@
 // The DHCP server as a program meets it: the DLL's calls, its memory, its journal, its state on
 // disk, whoever else works on it and however a process ends.
 #include <gtest/gtest.h>
+#include <process.h>
 
 #include "LabLibrary.h"
 #include "dhcpserver/DhcpApi.h"
@@ -141,6 +142,11 @@ TEST(LabDhcpState, AKilledProcessLosesNothingItWasAnswered) {
         WriteAll(folder / L"s.log", log);
         EXPECT_EQ(Content(file), row.expected + "2.0.0.0:0 ");
     }
+}
+
+TEST(LabNetsh, TheExitCodeTellsOfAFailure) {
+    const std::wstring netsh = std::wstring(LAB_DIRECTORY) + L"/netsh.exe";
+    EXPECT_EQ(::_wspawnl(_P_WAIT, netsh.c_str(), L"netsh", L"help", nullptr), 1);
 }
 
 }  // namespace
