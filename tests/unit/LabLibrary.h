@@ -26,11 +26,12 @@ inline void WriteAll(const std::wstring& path, const std::string& bytes) {
 /// A new folder of this process; its path ends in a backslash. Removed at the end with its content.
 class Folder {
 public:
-    Folder() { ::CreateDirectoryW(path_.c_str(), nullptr); }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+    // Process ids come back, so a test that was killed may have left a folder of this name.
+    Folder() {
+        Remove();
+        ::CreateDirectoryW(path_.c_str(), nullptr);
     }
+    ~Folder() { Remove(); }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
     std::wstring operator/(const wchar_t* name) const { return path_ + name; }
@@ -46,6 +47,11 @@ public:
     }
 
 private:
+    void Remove() const {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+
     static inline int number_ = 0;
     const std::wstring path_ = std::filesystem::temp_directory_path().wstring() + L"\\lab" +
                                std::to_wstring(::GetCurrentProcessId()) + L"-" +
