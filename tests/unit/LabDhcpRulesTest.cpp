@@ -38,7 +38,8 @@ public:
             std::string answer;
             calls >> answer;
             for (std::string arguments; std::getline(calls, arguments, ';');) {
-                EXPECT_EQ(Answer(command + ' ' + arguments), answer) << command << arguments;
+                arguments.insert(0, command + ' ');
+                EXPECT_EQ(Answer(arguments), answer) << arguments;
                 ApplyJson(ChangeLine(state), mirror_);
                 state.ForgetTouched();
             }
