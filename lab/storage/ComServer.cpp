@@ -12,6 +12,8 @@
 
 namespace {
 
+/// The program id that the gateway's own component has.
+constexpr wchar_t kStorageProgId[] = L"Granite.ZakStorageDB";
 constexpr wchar_t kClassIdText[] = L"{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}";
 
 HMODULE thisModule = nullptr;

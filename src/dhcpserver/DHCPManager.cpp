@@ -196,25 +196,23 @@ HRESULT CDHCPManager::GetHostInfo(std::string& hostName, std::string& netBiosNam
 }
 
 void CDHCPManager::DumpSubnetInfo(const DHCP_SUBNET_INFO& info) {
-    const auto traceText = [](const wchar_t* text) {
-        return text ? std::make_unique<std::string>(NarrowText(text)) : nullptr;
-    };
-    const auto orNull = [](const std::unique_ptr<std::string>& text) {
-        return text ? text->c_str() : nullptr;
-    };
+    // An absent text goes to the formatter as a null one.
     DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.Hostname [%s]",
-             orNull(traceText(info.PrimaryHost.HostName)));
+             info.PrimaryHost.HostName ? NarrowText(info.PrimaryHost.HostName).c_str() : nullptr);
     // Octets come out reversed on this line only: the API hands this one address over in network
     // order, and log readers expect it so.
     DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.IpAddress [%s]",
              CIPAddressString(static_cast<DWORD>(::ntohl(info.PrimaryHost.IpAddress))).Text());
-    DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.NetBiosName [%s]",
-             orNull(traceText(info.PrimaryHost.NetBiosName)));
+    DT_TRACE(
+        DiagTools::kTraceDetail, "PrimaryHost.NetBiosName [%s]",
+        info.PrimaryHost.NetBiosName ? NarrowText(info.PrimaryHost.NetBiosName).c_str() : nullptr);
     DT_TRACE(DiagTools::kTraceDetail, "SubnetAddress [%s]",
              CIPAddressString(info.SubnetAddress).Text());
-    DT_TRACE(DiagTools::kTraceDetail, "SubnetComment [%s]", orNull(traceText(info.SubnetComment)));
+    DT_TRACE(DiagTools::kTraceDetail, "SubnetComment [%s]",
+             info.SubnetComment ? NarrowText(info.SubnetComment).c_str() : nullptr);
     DT_TRACE(DiagTools::kTraceDetail, "SubnetMask [%s]", CIPAddressString(info.SubnetMask).Text());
-    DT_TRACE(DiagTools::kTraceDetail, "SubnetName [%s]", orNull(traceText(info.SubnetName)));
+    DT_TRACE(DiagTools::kTraceDetail, "SubnetName [%s]",
+             info.SubnetName ? NarrowText(info.SubnetName).c_str() : nullptr);
     DT_TRACE(DiagTools::kTraceDetail, "SubnetState [%d]", static_cast<int>(info.SubnetState));
 }
 

@@ -8,9 +8,6 @@
 /// Visibility class of a stored value. The tool reads and writes public values only.
 enum E_ZAKSTORAGE_VISIBILITY { E_ZAKSTORAGE_PUBLIC = 1 };
 
-/// Program id under which the gateway registers its storage component.
-inline constexpr wchar_t kStorageProgId[] = L"Granite.ZakStorageDB";
-
 /// Interface id asked of the component. The component publishes its own id with its type library;
 /// to run against it, put that id here. Every other use of the id follows from this constant.
 inline constexpr IID IID_IZakStorageDB = {
