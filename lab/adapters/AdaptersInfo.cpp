@@ -22,9 +22,8 @@ const std::vector<lab::LabAdapter>& Adapters() {
         const std::wstring path = lab::EnvironmentText(L"DHCPLAB_ADAPTERS");
         std::vector<std::string> errors;
         auto list = lab::ReadAdapters(path.empty() ? std::string() : lab::FileText(path), errors);
-        for (const std::string& error : errors) {
+        for (const std::string& error : errors)
             lab::JournalMisuse("adapters " + error);
-        }
         return list;
     }();
     return adapters;
@@ -43,7 +42,7 @@ void Fill(IP_ADAPTER_INFO* records) {
     const auto& adapters = Adapters();
     auto* spare = reinterpret_cast<IP_ADDR_STRING*>(records + adapters.size());
     DWORD context = 0;
-    for (size_t i = 0; i < adapters.size(); ++i) {
+    for (std::size_t i = 0; i < adapters.size(); ++i) {
         const lab::LabAdapter& adapter = adapters[i];
         IP_ADAPTER_INFO& record = *new (&records[i]) IP_ADAPTER_INFO{};
         record.Next = i + 1 < adapters.size() ? &records[i + 1] : nullptr;
@@ -57,28 +56,25 @@ void Fill(IP_ADAPTER_INFO* records) {
         for (const auto& address : adapter.addresses) {
             IP_ADDR_STRING* const place = last ? spare++ : &record.IpAddressList;
             SetAddress(*place, address, ++context);
-            if (last) {
+            if (last)
                 last->Next = place;
-            }
             last = place;
         }
     }
 }
 
 ULONG Answer(IP_ADAPTER_INFO* records, ULONG* bytes) {
-    if (const auto fault = lab::FaultFor("GetAdaptersInfo")) {
+    if (const auto fault = lab::FaultFor("GetAdaptersInfo"))
         return *fault;
-    }
     if (!bytes) {
         lab::JournalMisuse("GetAdaptersInfo without a size");
         return ERROR_INVALID_PARAMETER;
     }
-    if (Adapters().empty()) {
+    if (Adapters().empty())
         return ERROR_NO_DATA;
-    }
-    size_t needed = 0;
+    std::size_t needed = 0;
     for (const lab::LabAdapter& adapter : Adapters()) {
-        const size_t more = adapter.addresses.empty() ? 0 : adapter.addresses.size() - 1;
+        const std::size_t more = adapter.addresses.empty() ? 0 : adapter.addresses.size() - 1;
         needed += sizeof(IP_ADAPTER_INFO) + more * sizeof(IP_ADDR_STRING);
     }
     if (!records || *bytes < needed) {

@@ -9,24 +9,21 @@ namespace {
 
 std::optional<unsigned> DigitValue(wchar_t digit, unsigned base) {
     unsigned value = base;
-    if (digit >= L'0' && digit <= L'9') {
+    if (digit >= L'0' && digit <= L'9')
         value = static_cast<unsigned>(digit - L'0');
-    } else if (digit < 0x80 && std::iswxdigit(digit)) {
+    else if (digit < 0x80 && std::iswxdigit(digit))
         value = static_cast<unsigned>(std::towlower(digit) - L'a') + 10;
-    }
     return value < base ? std::optional<unsigned>(value) : std::nullopt;
 }
 
-std::optional<uint64_t> ParseDigits(std::wstring_view text, unsigned base, uint64_t max) {
-    if (text.empty()) {
+std::optional<std::uint64_t> ParseDigits(std::wstring_view text, unsigned base, std::uint64_t max) {
+    if (text.empty())
         return std::nullopt;
-    }
-    uint64_t number = 0;
+    std::uint64_t number = 0;
     for (const wchar_t character : text) {
         const auto digit = DigitValue(character, base);
-        if (!digit || number > (max - *digit) / base) {
+        if (!digit || number > (max - *digit) / base)
             return std::nullopt;
-        }
         number = number * base + *digit;
     }
     return number;
@@ -34,24 +31,22 @@ std::optional<uint64_t> ParseDigits(std::wstring_view text, unsigned base, uint6
 
 }  // namespace
 
-std::optional<uint32_t> ParseAddress(std::wstring_view text) {
-    uint32_t address = 0;
+std::optional<std::uint32_t> ParseAddress(std::wstring_view text) {
+    std::uint32_t address = 0;
     for (int group = 0; group < 4; ++group) {
-        const size_t dot = group < 3 ? text.find(L'.') : text.size();
-        if (dot == text.npos) {
+        const std::size_t dot = group < 3 ? text.find(L'.') : text.size();
+        if (dot == text.npos)
             return std::nullopt;
-        }
         const auto number = ParseDigits(text.substr(0, dot), 10, 255);
-        if (!number) {
+        if (!number)
             return std::nullopt;
-        }
-        address = address << 8 | static_cast<uint32_t>(*number);
+        address = address << 8 | static_cast<std::uint32_t>(*number);
         text.remove_prefix(group < 3 ? dot + 1 : dot);
     }
     return address;
 }
 
-std::optional<uint64_t> ParseNumber(std::wstring_view text, uint64_t max) {
+std::optional<std::uint64_t> ParseNumber(std::wstring_view text, std::uint64_t max) {
     const bool isHex = text.size() > 2 && text[0] == L'0' && (text[1] | 0x20) == L'x';
     return isHex ? ParseDigits(text.substr(2), 16, max) : ParseDigits(text, 10, max);
 }
@@ -69,15 +64,13 @@ std::string HexBytes(std::string_view bytes, std::string_view separator) {
 }
 
 std::optional<std::string> ParseHexBytes(std::wstring_view digits) {
-    if (digits.size() % 2 != 0) {
+    if (digits.size() % 2 != 0)
         return std::nullopt;
-    }
     std::string bytes;
-    for (size_t i = 0; i < digits.size(); i += 2) {
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
         const auto byte = ParseDigits(digits.substr(i, 2), 16, 255);
-        if (!byte) {
+        if (!byte)
             return std::nullopt;
-        }
         bytes += static_cast<char>(*byte);
     }
     return bytes;
@@ -87,7 +80,7 @@ std::string ToUtf8(std::wstring_view text) {
     const int length = static_cast<int>(text.size());
     const int needed =
         ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string out(static_cast<size_t>(needed), '\0');
+    std::string out(static_cast<std::size_t>(needed), '\0');
     ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, out.data(), needed, nullptr, nullptr);
     return out;
 }
@@ -95,7 +88,7 @@ std::string ToUtf8(std::wstring_view text) {
 std::wstring FromUtf8(std::string_view text) {
     const int length = static_cast<int>(text.size());
     const int needed = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0);
-    std::wstring out(static_cast<size_t>(needed), L'\0');
+    std::wstring out(static_cast<std::size_t>(needed), L'\0');
     ::MultiByteToWideChar(CP_UTF8, 0, text.data(), length, out.data(), needed);
     return out;
 }

@@ -9,10 +9,10 @@
 namespace lab {
 
 /// The host-order number of four decimal groups of at most 255; nothing shorter or longer.
-std::optional<uint32_t> ParseAddress(std::wstring_view text);
+std::optional<std::uint32_t> ParseAddress(std::wstring_view text);
 
 /// Decimal digits, or hexadecimal ones after "0x"; none above `max`.
-std::optional<uint64_t> ParseNumber(std::wstring_view text, uint64_t max);
+std::optional<std::uint64_t> ParseNumber(std::wstring_view text, std::uint64_t max);
 
 /// Lower-case pairs of hexadecimal digits: "00-1a-2b" with the separator '-', "001a2b" with none.
 std::string HexBytes(std::string_view bytes, std::string_view separator);

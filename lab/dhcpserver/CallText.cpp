@@ -53,25 +53,21 @@ std::string ServerText(const WCHAR* server) {
 
 std::string SubnetInfoText(DWORD subnetAddress, const DHCP_SUBNET_INFO* info) {
     std::string text = " subnet=" + Dotted(subnetAddress);
-    if (!info) {
+    if (!info)
         return text + " info=null";
-    }
-    if (info->SubnetAddress != subnetAddress) {
+    if (info->SubnetAddress != subnetAddress)
         text += " info.subnet=" + Dotted(info->SubnetAddress);
-    }
     return text + " mask=" + Dotted(info->SubnetMask) + " name=" + Quoted(info->SubnetName) +
            " comment=" + Quoted(info->SubnetComment) + HostText(info->PrimaryHost) +
            " state=" + std::to_string(info->SubnetState);
 }
 
 std::string ElementText(const DHCP_SUBNET_ELEMENT_DATA_V4* element) {
-    if (!element) {
+    if (!element)
         return " element=null";
-    }
     std::string type = " type=" + std::to_string(element->ElementType);
-    if (!element->Element.IpRange) {
+    if (!element->Element.IpRange)
         return type + " element=null";
-    }
     switch (element->ElementType) {
         case DhcpReservedIps: {
             const DHCP_IP_RESERVATION_V4& reserved = *element->Element.ReservedIp;
@@ -89,9 +85,8 @@ std::string ElementText(const DHCP_SUBNET_ELEMENT_DATA_V4* element) {
 }
 
 std::string OptionScopeText(const DHCP_OPTION_SCOPE_INFO* scope) {
-    if (!scope) {
+    if (!scope)
         return " scope=null";
-    }
     std::string type = " scopeType=" + std::to_string(scope->ScopeType);
     switch (scope->ScopeType) {
         case DhcpSubnetOptions:
@@ -106,9 +101,8 @@ std::string OptionScopeText(const DHCP_OPTION_SCOPE_INFO* scope) {
 }
 
 std::string OptionValueText(const DHCP_OPTION_DATA* value) {
-    if (!value || !value->Elements) {
+    if (!value || !value->Elements)
         return " value=null";
-    }
     std::string text = " value=";
     for (DWORD i = 0; i < value->NumElements; ++i) {
         text += i ? "," : "";
@@ -118,9 +112,8 @@ std::string OptionValueText(const DHCP_OPTION_DATA* value) {
 }
 
 std::string ClientInfoText(const DHCP_CLIENT_INFO_V4* info) {
-    if (!info) {
+    if (!info)
         return " client=null";
-    }
     const ULONGLONG expires = static_cast<ULONGLONG>(info->ClientLeaseExpires.dwHighDateTime)
                                   << 32 |
                               info->ClientLeaseExpires.dwLowDateTime;
@@ -131,17 +124,14 @@ std::string ClientInfoText(const DHCP_CLIENT_INFO_V4* info) {
 }
 
 std::string OptionWarning(DWORD optionId, const DHCP_OPTION_DATA* value) {
-    if (!value || !value->Elements) {
+    if (!value || !value->Elements)
         return {};
-    }
     for (DWORD i = 0; i < value->NumElements; ++i) {
-        if (optionId == 3 && value->Elements[i].OptionType != DhcpIpAddressOption) {
+        if (optionId == 3 && value->Elements[i].OptionType != DhcpIpAddressOption)
             return "option 3 (router) takes addresses";
-        }
         if (optionId == 51 &&
-            (value->NumElements != 1 || value->Elements[i].OptionType != DhcpDWordOption)) {
+            (value->NumElements != 1 || value->Elements[i].OptionType != DhcpDWordOption))
             return "option 51 (lease time) takes a single DWORD";
-        }
     }
     return {};
 }

@@ -11,25 +11,23 @@ namespace {
 ServerSettings ReadSettings() {
     std::vector<std::string> errors;
     ServerSettings settings = ServerSettings::FromEnvironment(errors);
-    for (const std::string& error : errors) {
+    for (const std::string& error : errors)
         JournalMisuse(error);
-    }
     return settings;
 }
 
 }  // namespace
 
 DhcpServer::DhcpServer()
-    : settings_(ReadSettings()),
-      state_(StateFile::PathFromEnvironment()),
-      journalFrees_(EnvironmentText(L"DHCPLAB_JOURNAL_FREES") != L"0") {}
+    : m_settings(ReadSettings()),
+      m_state(StateFile::PathFromEnvironment()),
+      m_journalFrees(EnvironmentText(L"DHCPLAB_JOURNAL_FREES") != L"0") {}
 
 DhcpServer::~DhcpServer() {
-    if (memory_.LiveBlocks() > 0) {
-        JournalMisuse("blocks not freed: " + std::to_string(memory_.LiveBlocks()));
-    }
+    if (m_memory.LiveBlocks() > 0)
+        JournalMisuse("blocks not freed: " + std::to_string(m_memory.LiveBlocks()));
     try {
-        state_.Close();
+        m_state.Close();
     } catch (const std::exception& error) {
         JournalMisuse(std::string("server state ") + Escape(error.what()));
     }
@@ -37,7 +35,7 @@ DhcpServer::~DhcpServer() {
 
 DWORD DhcpServer::Call(const char* function, const WCHAR* server, const Arguments& arguments,
                        const Rules& rules, const Arguments& results) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const std::lock_guard<std::mutex> hold(m_lock);
     if (!server) {
         // The API would take its own machine: never what this program means.
         JournalMisuse(std::string(function) + ": null server");
@@ -47,8 +45,8 @@ DWORD DhcpServer::Call(const char* function, const WCHAR* server, const Argument
         code = *fault;
     } else {
         try {
-            code = state_.Run([&](ServerState& state) {
-                ServerRules serverRules(state, settings_);
+            code = m_state.Run([&](ServerState& state) {
+                ServerRules serverRules(state, m_settings);
                 return rules(serverRules);
             });
         } catch (const std::exception& error) {
@@ -64,12 +62,11 @@ DWORD DhcpServer::Call(const char* function, const WCHAR* server, const Argument
 }
 
 void DhcpServer::Free(void* block) {
-    const std::lock_guard<std::mutex> hold(lock_);
-    if (block && !memory_.Free(block)) {
+    const std::lock_guard<std::mutex> hold(m_lock);
+    if (block && !m_memory.Free(block))
         JournalMisuse("DhcpRpcFreeMemory: no block of this server, or freed before");
-    } else if (journalFrees_) {
+    else if (m_journalFrees)
         Journal(block ? "DhcpRpcFreeMemory block" : "DhcpRpcFreeMemory null");
-    }
 }
 
 }  // namespace lab

@@ -30,15 +30,15 @@ public:
     void Free(void* block);
 
     /// Only for use inside of a call's rules.
-    RpcMemory& Memory() { return memory_; }
-    const ServerSettings& Settings() const { return settings_; }
+    RpcMemory& Memory() { return m_memory; }
+    const ServerSettings& Settings() const { return m_settings; }
 
 private:
-    std::mutex lock_;
-    ServerSettings settings_;
-    StateFile state_;
-    RpcMemory memory_;
-    bool journalFrees_;
+    std::mutex m_lock;
+    ServerSettings m_settings;
+    StateFile m_state;
+    RpcMemory m_memory;
+    bool m_journalFrees;
 };
 
 }  // namespace lab

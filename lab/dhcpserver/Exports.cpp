@@ -28,13 +28,12 @@ void Misuse(const char* function, const std::string& what) {
 
 /// Journals what the server takes without a word, although no careful caller passes it.
 void CheckElement(const char* function, const DHCP_SUBNET_ELEMENT_DATA_V4* element) {
-    if (!element || !element->Element.IpRange) {
+    if (!element || !element->Element.IpRange)
         Misuse(function, "null element");
-    } else if (element->ElementType == DhcpReservedIps &&
-               (element->Element.ReservedIp->bAllowedClientTypes < CLIENT_TYPE_DHCP ||
-                element->Element.ReservedIp->bAllowedClientTypes > CLIENT_TYPE_BOTH)) {
+    else if (element->ElementType == DhcpReservedIps &&
+             (element->Element.ReservedIp->bAllowedClientTypes < CLIENT_TYPE_DHCP ||
+              element->Element.ReservedIp->bAllowedClientTypes > CLIENT_TYPE_BOTH))
         Misuse(function, "allowed client types other than 1, 2, 3");
-    }
 }
 
 /// The network order of an address on a little-endian machine.
@@ -120,9 +119,8 @@ DWORD WINAPI DhcpRemoveSubnetElementV4(const WCHAR* server, DHCP_IP_ADDRESS subn
     constexpr char kName[] = "DhcpRemoveSubnetElementV4";
     constexpr DWORD kLastForceFlag = 2;
     CheckElement(kName, element);
-    if (forceFlag > kLastForceFlag) {
+    if (forceFlag > kLastForceFlag)
         Misuse(kName, "unknown force flag");
-    }
     return Server().Call(
         kName, server,
         [&] {
@@ -139,15 +137,13 @@ DWORD WINAPI DhcpSetOptionValue(const WCHAR* server, DHCP_OPTION_ID optionId,
                                 const DHCP_OPTION_SCOPE_INFO* scopeInfo,
                                 const DHCP_OPTION_DATA* optionValue) {
     constexpr char kName[] = "DhcpSetOptionValue";
-    if (!scopeInfo || !optionValue) {
+    if (!scopeInfo || !optionValue)
         Misuse(kName, "null argument");
-    } else if (scopeInfo->ScopeType <= DhcpGlobalOptions && scopeInfo->ScopeInfo.DefaultScopeInfo) {
+    else if (scopeInfo->ScopeType <= DhcpGlobalOptions && scopeInfo->ScopeInfo.DefaultScopeInfo)
         Misuse(kName, "reserved field not null");
-    }
     const std::string warning = OptionWarning(optionId, optionValue);
-    if (!warning.empty()) {
+    if (!warning.empty())
         Journal("WARNING DhcpSetOptionValue: " + warning);
-    }
     return Server().Call(
         kName, server,
         [&] {
@@ -163,11 +159,10 @@ DWORD WINAPI DhcpSetOptionValue(const WCHAR* server, DHCP_OPTION_ID optionId,
 
 DWORD WINAPI DhcpCreateClientInfoV4(const WCHAR* server, const DHCP_CLIENT_INFO_V4* clientInfo) {
     constexpr char kName[] = "DhcpCreateClientInfoV4";
-    if (!clientInfo) {
+    if (!clientInfo)
         Misuse(kName, "null argument");
-    } else if (clientInfo->OwnerHost.NetBiosName || clientInfo->OwnerHost.HostName) {
+    else if (clientInfo->OwnerHost.NetBiosName || clientInfo->OwnerHost.HostName)
         Misuse(kName, "owner names are the server's to fill");
-    }
     return Server().Call(
         kName, server, [&] { return ClientInfoText(clientInfo); },
         [&](ServerRules& rules) {
@@ -182,9 +177,8 @@ DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR* server, DHCP_IP_ADDRESS subnet
                                      DWORD* clientsTotal) {
     constexpr char kName[] = "DhcpEnumSubnetClientsV4";
     const bool isComplete = resumeHandle && clientInfo && clientsRead && clientsTotal;
-    if (!isComplete) {
+    if (!isComplete)
         Misuse(kName, "null output");
-    }
     const DWORD resume = resumeHandle ? *resumeHandle : 0;
     bool isAnswered = false;
     return Server().Call(
@@ -194,23 +188,20 @@ DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR* server, DHCP_IP_ADDRESS subnet
                    " preferred=" + std::to_string(preferredMaximum);
         },
         [&](ServerRules& rules) -> DWORD {
-            if (!isComplete) {
+            if (!isComplete)
                 return ERROR_INVALID_PARAMETER;
-            }
             ClientPage page;
             const DWORD code = rules.EnumClients(subnetAddress, resume, preferredMaximum, page);
             RpcMemory& memory = Server().Memory();
             DHCP_CLIENT_INFO_ARRAY_V4* array = nullptr;
-            if (page.hasArray) {
+            if (page.hasArray)
                 array = memory.Allocate<DHCP_CLIENT_INFO_ARRAY_V4>();
-            }
             if (!page.clients.empty()) {
                 array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(
                     memory.Allocate(page.clients.size() * sizeof(void*)));
-                for (const auto& found : page.clients) {
+                for (const auto& found : page.clients)
                     array->Clients[array->NumElements++] =
                         MakeRecord(memory, found.address, found.mask, *found.client);
-                }
             }
             *clientInfo = array;
             *clientsRead = static_cast<DWORD>(page.clients.size());

@@ -5,26 +5,24 @@
 
 namespace lab {
 
-RpcMemory::RpcMemory() : heap_(::HeapCreate(0, 0, 0)) {}
+RpcMemory::RpcMemory() : m_heap(::HeapCreate(0, 0, 0)) {}
 
 RpcMemory::~RpcMemory() {
-    ::HeapDestroy(heap_);
+    ::HeapDestroy(m_heap);
 }
 
-void* RpcMemory::Allocate(size_t bytes) {
-    void* const block = ::HeapAlloc(heap_, HEAP_ZERO_MEMORY, bytes);
-    if (!block) {
+void* RpcMemory::Allocate(std::size_t bytes) {
+    void* const block = ::HeapAlloc(m_heap, HEAP_ZERO_MEMORY, bytes);
+    if (!block)
         throw std::bad_alloc();
-    }
-    live_.insert(block);
+    m_live.insert(block);
     return block;
 }
 
 WCHAR* RpcMemory::Copy(const Text& text) {
-    if (!text) {
+    if (!text)
         return nullptr;
-    }
-    const size_t bytes = (text->size() + 1) * sizeof(WCHAR);
+    const std::size_t bytes = (text->size() + 1) * sizeof(WCHAR);
     return static_cast<WCHAR*>(std::memcpy(Allocate(bytes), text->c_str(), bytes));
 }
 
@@ -33,11 +31,10 @@ BYTE* RpcMemory::Copy(std::string_view bytes) {
 }
 
 bool RpcMemory::Free(void* block) {
-    if (live_.erase(block) == 0) {
+    if (m_live.erase(block) == 0)
         return false;
-    }
-    std::memset(block, 0xDD, ::HeapSize(heap_, 0, block));
-    ::HeapFree(heap_, 0, block);
+    std::memset(block, 0xDD, ::HeapSize(m_heap, 0, block));
+    ::HeapFree(m_heap, 0, block);
     return true;
 }
 

@@ -19,7 +19,7 @@ public:
     RpcMemory& operator=(const RpcMemory&) = delete;
 
     /// Zeroed bytes.
-    void* Allocate(size_t bytes);
+    void* Allocate(std::size_t bytes);
     template <class Record>
     Record* Allocate() {
         return static_cast<Record*>(Allocate(sizeof(Record)));
@@ -32,11 +32,11 @@ public:
     /// the address is no live block.
     bool Free(void* block);
 
-    size_t LiveBlocks() const { return live_.size(); }
+    std::size_t LiveBlocks() const { return m_live.size(); }
 
 private:
-    HANDLE heap_;
-    std::unordered_set<void*> live_;
+    HANDLE m_heap;
+    std::unordered_set<void*> m_live;
 };
 
 }  // namespace lab

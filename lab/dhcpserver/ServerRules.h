@@ -89,9 +89,9 @@ private:
     DWORD RemoveReservation(DWORD scopeId, const DHCP_IP_RESERVATION_V4* record);
     ULONGLONG LeaseSeconds(const Scope& scope) const;
 
-    ServerState& state_;
-    const ServerSettings& settings_;
-    Clock clock_;
+    ServerState& m_state;
+    const ServerSettings& m_settings;
+    Clock m_clock;
 };
 
 }  // namespace lab

@@ -72,7 +72,7 @@ struct Client {
 };
 
 /// The bytes that precede the hardware address in a unique id.
-constexpr size_t kUniqueIdPrefixBytes = 5;
+constexpr std::size_t kUniqueIdPrefixBytes = 5;
 
 /// The key of a client record: the scope id as a little-endian number, 01, the hardware address.
 Identifier UniqueId(DWORD scopeId, const Identifier& hardware);
@@ -105,12 +105,12 @@ public:
 
     using ScopeEntry = std::pair<const DWORD, Scope>;
 
-    const std::map<DWORD, Scope>& Scopes() const { return scopes_; }
-    const std::map<DWORD, Client>& Clients() const { return clients_; }
-    const Options& DefaultOptions() const { return defaultOptions_; }
-    const Options& GlobalOptions() const { return globalOptions_; }
+    const std::map<DWORD, Scope>& Scopes() const { return m_scopes; }
+    const std::map<DWORD, Client>& Clients() const { return m_clients; }
+    const Options& DefaultOptions() const { return m_defaultOptions; }
+    const Options& GlobalOptions() const { return m_globalOptions; }
     /// First and last ids of the defined options, both included.
-    const std::vector<AddressRange>& OptionDefinitions() const { return optionDefinitions_; }
+    const std::vector<AddressRange>& OptionDefinitions() const { return m_optionDefinitions; }
     bool IsOptionDefined(DWORD optionId) const;
 
     const Scope* FindScope(DWORD scopeId) const;
@@ -135,26 +135,26 @@ public:
     /// Replaces whatever held the address or the unique id before.
     void PutClient(DWORD address, std::optional<Client> client);
     void SetOptionDefinitions(std::vector<AddressRange> ids) {
-        optionDefinitions_ = std::move(ids);
+        m_optionDefinitions = std::move(ids);
     }
 
-    const std::vector<Touch>& Touched() const { return touched_; }
-    void ForgetTouched() { touched_.clear(); }
+    const std::vector<Touch>& Touched() const { return m_touched; }
+    void ForgetTouched() { m_touched.clear(); }
 
 private:
     void ForgetClient(std::map<DWORD, Client>::iterator client);
 
-    std::map<DWORD, Scope> scopes_;
-    std::map<DWORD, Client> clients_;
-    Options defaultOptions_;
-    Options globalOptions_;
-    std::vector<AddressRange> optionDefinitions_ = {{1, 76}, {81, 81}};
+    std::map<DWORD, Scope> m_scopes;
+    std::map<DWORD, Client> m_clients;
+    Options m_defaultOptions;
+    Options m_globalOptions;
+    std::vector<AddressRange> m_optionDefinitions = {{1, 76}, {81, 81}};
 
     // Reserved addresses by unique id: the prefix tells the scopes apart.
-    std::unordered_map<Identifier, DWORD> reservedAddresses_;
-    std::unordered_map<Identifier, DWORD> clientAddresses_;
-    std::map<DWORD, size_t> bootpClientCounts_;  // by scope id
-    std::vector<Touch> touched_;
+    std::unordered_map<Identifier, DWORD> m_reservedAddresses;
+    std::unordered_map<Identifier, DWORD> m_clientAddresses;
+    std::map<DWORD, std::size_t> m_bootpClientCounts;  // by scope id
+    std::vector<Touch> m_touched;
 };
 
 }  // namespace lab

@@ -19,27 +19,25 @@ namespace {
 /// on disk is whole at every moment.
 class MutexHold {
 public:
-    explicit MutexHold(HANDLE mutex) : mutex_(mutex) { ::WaitForSingleObject(mutex_, INFINITE); }
-    ~MutexHold() { ::ReleaseMutex(mutex_); }
+    explicit MutexHold(HANDLE mutex) : m_mutex(mutex) { ::WaitForSingleObject(m_mutex, INFINITE); }
+    ~MutexHold() { ::ReleaseMutex(m_mutex); }
     MutexHold(const MutexHold&) = delete;
     MutexHold& operator=(const MutexHold&) = delete;
 
 private:
-    HANDLE mutex_;
+    HANDLE m_mutex;
 };
 
 FileHandle OpenMutexFor(const std::wstring& path) {
     wchar_t full[MAX_PATH * 4] = L"";
     const DWORD length = ::GetFullPathNameW(path.c_str(), MAX_PATH * 4, full, nullptr);
-    uint64_t hash = 0xCBF29CE484222325;  // FNV-1a: a path cannot be an object's name
-    for (DWORD i = 0; i < length; ++i) {
+    std::uint64_t hash = 0xCBF29CE484222325;  // FNV-1a: a path cannot be an object's name
+    for (DWORD i = 0; i < length; ++i)
         hash = (hash ^ std::towlower(full[i])) * 0x100000001B3;
-    }
     const std::wstring name = L"Local\\dhcplab-state-" + std::to_wstring(hash);
     FileHandle mutex(::CreateMutexW(nullptr, FALSE, name.c_str()));
-    if (!mutex) {
+    if (!mutex)
         Fail(path, "no lock");
-    }
     return mutex;
 }
 
@@ -51,9 +49,8 @@ FileHandle OpenFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD
 void WriteAll(HANDLE file, const std::string& text, const std::wstring& path) {
     DWORD written = 0;
     if (!::WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
-        written != text.size()) {
+        written != text.size())
         Fail(path, "cannot be written");
-    }
 }
 
 LONGLONG SizeOf(HANDLE file) {
@@ -70,7 +67,7 @@ void MoveTo(HANDLE file, LONGLONG position) {
 
 }  // namespace
 
-StateFile::StateFile(std::wstring path) : path_(std::move(path)), logPath_(path_ + L".log") {}
+StateFile::StateFile(std::wstring path) : m_path(std::move(path)), m_logPath(m_path + L".log") {}
 
 StateFile::~StateFile() {
     try {
@@ -98,117 +95,106 @@ std::wstring StateFile::PathFromEnvironment() {
 }
 
 DWORD StateFile::Run(const std::function<DWORD(ServerState&)>& call) {
-    if (!mutex_) {
-        mutex_ = OpenMutexFor(path_);
-    }
-    const MutexHold hold(mutex_.get());
+    if (!m_mutex)
+        m_mutex = OpenMutexFor(m_path);
+    const MutexHold hold(m_mutex.get());
     try {
-        if (!state_) {
+        if (!m_state)
             Open();
-        } else {
+        else
             ReadNewLines();
-        }
-        const DWORD code = call(*state_);
-        if (!state_->Touched().empty()) {
-            AppendLine(ChangeLine(*state_));
-            state_->ForgetTouched();
+        const DWORD code = call(*m_state);
+        if (!m_state->Touched().empty()) {
+            AppendLine(ChangeLine(*m_state));
+            m_state->ForgetTouched();
         }
         return code;
     } catch (...) {
-        state_.reset();  // what memory holds now is not what is stored
+        m_state.reset();  // what memory holds now is not what is stored
         throw;
     }
 }
 
 void StateFile::Close() {
-    if (!mutex_) {
+    if (!m_mutex)
         return;
-    }
-    const MutexHold hold(mutex_.get());
-    if (state_) {
+    const MutexHold hold(m_mutex.get());
+    if (m_state) {
         ReadNewLines();
-        log_ = FileHandle();
+        m_log = FileHandle();
         // No sharing: opens only when no other process has the log open.
-        const bool isLast = !!OpenFile(logPath_, GENERIC_READ, 0, OPEN_EXISTING);
-        if (isLast) {
+        const bool isLast = !!OpenFile(m_logPath, GENERIC_READ, 0, OPEN_EXISTING);
+        if (isLast)
             Fold();
-        }
-        state_.reset();
+        m_state.reset();
     }
-    log_ = FileHandle();
+    m_log = FileHandle();
 }
 
 void StateFile::Open() {
-    log_ = FileHandle();
-    logBytesRead_ = 0;
-    state_ = std::make_unique<ServerState>();
+    m_log = FileHandle();
+    m_logBytesRead = 0;
+    m_state = std::make_unique<ServerState>();
     ReadSnapshot();
-    log_ = OpenFile(logPath_, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                    OPEN_ALWAYS);
-    if (!log_) {
-        Fail(logPath_, "cannot be opened");
-    }
+    m_log = OpenFile(m_logPath, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                     OPEN_ALWAYS);
+    if (!m_log)
+        Fail(m_logPath, "cannot be opened");
     ReadNewLines();
 }
 
 void StateFile::ReadSnapshot() {
-    if (::GetFileAttributesW(path_.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    if (::GetFileAttributesW(m_path.c_str()) == INVALID_FILE_ATTRIBUTES)
         return;
-    }
     try {
-        ApplyJson(FileText(path_), *state_);
+        ApplyJson(FileText(m_path), *m_state);
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error(ToUtf8(path_) + ": " + error.what());
+        throw std::runtime_error(ToUtf8(m_path) + ": " + error.what());
     }
-    state_->ForgetTouched();
+    m_state->ForgetTouched();
 }
 
 void StateFile::ReadNewLines() {
-    const LONGLONG size = SizeOf(log_.get());
-    if (size == logBytesRead_) {
+    const LONGLONG size = SizeOf(m_log.get());
+    if (size == m_logBytesRead)
         return;
-    }
-    std::string text(static_cast<size_t>(size - logBytesRead_), '\0');
+    std::string text(static_cast<std::size_t>(size - m_logBytesRead), '\0');
     DWORD got = 0;
-    MoveTo(log_.get(), logBytesRead_);
-    if (!::ReadFile(log_.get(), text.data(), static_cast<DWORD>(text.size()), &got, nullptr) ||
-        got != text.size()) {
-        Fail(logPath_, "cannot be read");
-    }
-    size_t start = 0;
-    for (size_t end; (end = text.find('\n', start)) != text.npos; start = end + 1) {
-        ApplyJson(std::string_view(text).substr(start, end - start), *state_);
-    }
-    state_->ForgetTouched();
+    MoveTo(m_log.get(), m_logBytesRead);
+    if (!::ReadFile(m_log.get(), text.data(), static_cast<DWORD>(text.size()), &got, nullptr) ||
+        got != text.size())
+        Fail(m_logPath, "cannot be read");
+    std::size_t start = 0;
+    for (std::size_t end; (end = text.find('\n', start)) != text.npos; start = end + 1)
+        ApplyJson(std::string_view(text).substr(start, end - start), *m_state);
+    m_state->ForgetTouched();
     // Nobody is writing while this process holds the lock: the writer of half a line was killed,
     // and the next line goes over it.
-    logBytesRead_ += static_cast<LONGLONG>(start);
+    m_logBytesRead += static_cast<LONGLONG>(start);
 }
 
 void StateFile::AppendLine(const std::string& line) {
-    MoveTo(log_.get(), logBytesRead_);
-    WriteAll(log_.get(), line + '\n', logPath_);
-    logBytesRead_ += static_cast<LONGLONG>(line.size() + 1);
+    MoveTo(m_log.get(), m_logBytesRead);
+    WriteAll(m_log.get(), line + '\n', m_logPath);
+    m_logBytesRead += static_cast<LONGLONG>(line.size() + 1);
 }
 
 void StateFile::Fold() {
-    const bool isFirst = ::GetFileAttributesW(path_.c_str()) == INVALID_FILE_ATTRIBUTES;
-    if (logBytesRead_ > 0 || isFirst) {
-        const std::wstring newPath = path_ + L".new";
+    const bool isFirst = ::GetFileAttributesW(m_path.c_str()) == INVALID_FILE_ATTRIBUTES;
+    if (m_logBytesRead > 0 || isFirst) {
+        const std::wstring newPath = m_path + L".new";
         FileHandle file = OpenFile(newPath, GENERIC_WRITE, 0, CREATE_ALWAYS);
-        if (!file) {
+        if (!file)
             Fail(newPath, "cannot be made");
-        }
-        WriteAll(file.get(), SnapshotText(*state_), newPath);
+        WriteAll(file.get(), SnapshotText(*m_state), newPath);
         file = FileHandle();
-        if (!::MoveFileExW(newPath.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING)) {
-            Fail(path_, "cannot be replaced");
-        }
+        if (!::MoveFileExW(newPath.c_str(), m_path.c_str(), MOVEFILE_REPLACE_EXISTING))
+            Fail(m_path, "cannot be replaced");
     }
     // Should the process die before this, the log is read once more over a snapshot that has it
     // already, which ends in the same state.
-    ::DeleteFileW(logPath_.c_str());
-    logBytesRead_ = 0;
+    ::DeleteFileW(m_logPath.c_str());
+    m_logBytesRead = 0;
 }
 
 }  // namespace lab

@@ -45,12 +45,12 @@ private:
     void AppendLine(const std::string& line);
     void Fold();
 
-    std::wstring path_;
-    std::wstring logPath_;
-    FileHandle mutex_;
-    FileHandle log_;
-    LONGLONG logBytesRead_ = 0;
-    std::unique_ptr<ServerState> state_;  // none: to be read again
+    std::wstring m_path;
+    std::wstring m_logPath;
+    FileHandle m_mutex;
+    FileHandle m_log;
+    LONGLONG m_logBytesRead = 0;
+    std::unique_ptr<ServerState> m_state;  // none: to be read again
 };
 
 }  // namespace lab

@@ -13,7 +13,7 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr size_t kLineColumns = 100;
+constexpr std::size_t kLineColumns = 100;
 constexpr const char* kOptionTypes[] = {"byte",   "word",   "dword",        "dwordDword", "ip",
                                         "string", "binary", "encapsulated", "ipv6"};
 
@@ -49,9 +49,8 @@ json::value OptionJson(const OptionValue& value) {
 
 json::value OptionsJson(const Options& options) {
     json::object all;
-    for (const auto& [id, value] : options) {
+    for (const auto& [id, value] : options)
         all[std::to_string(id)] = OptionJson(value);
-    }
     return all;
 }
 
@@ -63,9 +62,8 @@ json::value RangeJson(const std::optional<AddressRange>& range) {
 json::value ReservationJson(const Reservation& reservation) {
     json::object all{{"mac", HexBytes(reservation.hardware, "-")},
                      {"types", reservation.allowedTypes}};
-    if (!reservation.options.empty()) {
+    if (!reservation.options.empty())
         all["options"] = OptionsJson(reservation.options);
-    }
     return all;
 }
 
@@ -91,14 +89,12 @@ json::value ScopeJson(const Scope& scope) {
     json::object all = ScopeFieldsJson(scope);
     all["range"] = RangeJson(scope.range);
     json::object exclusions;
-    for (const auto& [first, last] : scope.exclusions) {
+    for (const auto& [first, last] : scope.exclusions)
         exclusions[Dotted(first)] = Dotted(last);
-    }
     all["exclusions"] = std::move(exclusions);
     json::object reservations;
-    for (const auto& [address, reservation] : scope.reservations) {
+    for (const auto& [address, reservation] : scope.reservations)
         reservations[Dotted(address)] = ReservationJson(reservation);
-    }
     all["reservations"] = std::move(reservations);
     all["options"] = OptionsJson(scope.options);
     return all;
@@ -115,7 +111,7 @@ std::string DefinitionsText(const std::vector<AddressRange>& definitions) {
 }
 
 /// One member a line, unless all of the object fits on one.
-void Print(std::string& out, const json::value& value, size_t indent) {
+void Print(std::string& out, const json::value& value, std::size_t indent) {
     std::string line = json::serialize(value);
     const json::object* const object = value.if_object();
     if (!object || line.size() + indent <= kLineColumns) {
@@ -139,11 +135,10 @@ void PrintSection(std::string& out, const char* name, const Map& map, bool isOne
     for (const auto& [address, content] : map) {
         out += separator + Dotted(address) + "\": ";
         const json::value value = toJson(content);
-        if (isOneLineEach) {
+        if (isOneLineEach)
             out += json::serialize(value);
-        } else {
+        else
             Print(out, value, 4);
-        }
         separator = ",\n    \"";
     }
     out += map.empty() ? "}" : "\n  }";
@@ -169,9 +164,8 @@ json::value Current(const Map& map, DWORD key, const ToJson& toJson) {
 
 std::string StringOf(const json::value& value, const std::string& place) {
     const json::string* const text = value.if_string();
-    if (!text) {
+    if (!text)
         Fail(place, "not a text");
-    }
     return std::string(text->data(), text->size());
 }
 
@@ -187,9 +181,8 @@ DWORD AddressOf(const json::value& value, const std::string& place) {
 ULONGLONG NumberOf(const json::value& value, const std::string& place, ULONGLONG max) {
     json::error_code error;
     const auto number = value.to_number<ULONGLONG>(error);
-    if (error || number > max) {
+    if (error || number > max)
         Fail(place, "not a number up to " + std::to_string(max));
-    }
     return number;
 }
 
@@ -207,44 +200,40 @@ public:
     using Reader = std::function<void(const json::value&, const std::string& place)>;
 
     Members(std::string place, std::initializer_list<std::pair<std::string_view, Reader>> readers)
-        : place_(std::move(place)), readers_(readers) {}
+        : m_place(std::move(place)), m_readers(readers) {}
 
     void Read(const json::value& value) const {
         const json::object* const object = value.if_object();
-        if (!object) {
-            Fail(place_, "not an object");
-        }
+        if (!object)
+            Fail(m_place, "not an object");
         for (const auto& member : *object) {
-            const std::string place = place_ + "/" + std::string(member.key());
+            const std::string place = m_place + "/" + std::string(member.key());
             const auto known =
-                std::find_if(readers_.begin(), readers_.end(), [&member](const auto& reader) {
+                std::find_if(m_readers.begin(), m_readers.end(), [&member](const auto& reader) {
                     return reader.first == std::string_view(member.key());
                 });
-            if (known == readers_.end()) {
+            if (known == m_readers.end())
                 Fail(place, "unknown");
-            }
             known->second(member.value(), place);
         }
     }
 
 private:
-    std::string place_;
-    std::vector<std::pair<std::string_view, Reader>> readers_;
+    std::string m_place;
+    std::vector<std::pair<std::string_view, Reader>> m_readers;
 };
 
 /// Reads entries whose names are addresses.
 template <class Put>
 void ForEachAddress(const json::value& value, const std::string& place, const Put& put) {
     const json::object* const object = value.if_object();
-    if (!object) {
+    if (!object)
         Fail(place, "not an object");
-    }
     for (const auto& entry : *object) {
         const std::string entryPlace = place + "/" + std::string(entry.key());
         const auto address = ParseAddress(FromUtf8(entry.key()));
-        if (!address) {
+        if (!address)
             Fail(entryPlace, "not an address");
-        }
         put(static_cast<DWORD>(*address), entry.value(), entryPlace);
     }
 }
@@ -252,16 +241,14 @@ void ForEachAddress(const json::value& value, const std::string& place, const Pu
 OptionValue OptionOf(const json::value& value, const std::string& place) {
     OptionValue option;
     const json::array* const elements = value.if_array();
-    if (!elements) {
+    if (!elements)
         Fail(place, "not a list of elements");
-    }
     for (const json::value& content : *elements) {
         const json::object* const object = content.if_object();
         const std::string name = object && object->size() == 1 ? object->begin()->key() : "";
         const auto* const type = std::find(std::begin(kOptionTypes), std::end(kOptionTypes), name);
-        if (type == std::end(kOptionTypes)) {
+        if (type == std::end(kOptionTypes))
             Fail(place, "not an element like {\"ip\": \"10.1.0.1\"}");
-        }
         OptionElement element{static_cast<DWORD>(type - kOptionTypes), 0, {}, {}};
         const json::value& data = object->begin()->value();
         switch (element.type) {
@@ -287,15 +274,13 @@ OptionValue OptionOf(const json::value& value, const std::string& place) {
 template <class Put>
 void ReadOptions(const json::value& value, const std::string& place, const Put& put) {
     const json::object* const object = value.if_object();
-    if (!object) {
+    if (!object)
         Fail(place, "not an object");
-    }
     for (const auto& entry : *object) {
         const std::string entryPlace = place + "/" + std::string(entry.key());
         const auto id = ParseNumber(FromUtf8(entry.key()), 255);
-        if (!id) {
+        if (!id)
             Fail(entryPlace, "not an option number");
-        }
         put(static_cast<DWORD>(*id), entry.value().is_null()
                                          ? std::nullopt
                                          : std::optional(OptionOf(entry.value(), entryPlace)));
@@ -306,15 +291,14 @@ std::vector<AddressRange> DefinitionsOf(const json::value& value, const std::str
     std::vector<AddressRange> definitions;
     std::wstring text = FromUtf8(StringOf(value, place));
     text.erase(std::remove(text.begin(), text.end(), L' '), text.end());
-    for (size_t start = 0; start < text.size();) {
-        const size_t end = std::min(text.find(L',', start), text.size());
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find(L',', start), text.size());
         const std::wstring ids = text.substr(start, end - start);
-        const size_t dash = std::min(ids.find(L'-'), ids.size());
+        const std::size_t dash = std::min(ids.find(L'-'), ids.size());
         const auto first = ParseNumber(ids.substr(0, dash), 255);
         const auto last = dash < ids.size() ? ParseNumber(ids.substr(dash + 1), 255) : first;
-        if (!first || !last) {
+        if (!first || !last)
             Fail(place, "not a list like \"1-76, 81\"");
-        }
         definitions.push_back({static_cast<DWORD>(*first), static_cast<DWORD>(*last)});
         start = end + 1;
     }
@@ -328,23 +312,26 @@ void ApplyServer(const json::value& value, const std::string& place, ServerState
                      }},
                     {"defaults",
                      [&state](const auto& options, const auto& at) {
-                         ReadOptions(options, at, [&state](DWORD id, auto option) {
-                             state.PutDefaultOption(id, std::move(option));
-                         });
+                         ReadOptions(
+                             options, at,
+                             [&state](DWORD id, auto option) {
+                                 state.PutDefaultOption(id, std::move(option));
+                             });
                      }},
                     {"options",
                      [&state](const auto& options, const auto& at) {
-                         ReadOptions(options, at, [&state](DWORD id, auto option) {
-                             state.PutGlobalOption(id, std::move(option));
-                         });
+                         ReadOptions(
+                             options, at,
+                             [&state](DWORD id, auto option) {
+                                 state.PutGlobalOption(id, std::move(option));
+                             });
                      }}})
         .Read(value);
 }
 
 std::optional<AddressRange> RangeOf(const json::value& value, const std::string& place) {
-    if (value.is_null()) {
+    if (value.is_null())
         return std::nullopt;
-    }
     AddressRange range{};
     Members(
         place,
@@ -355,9 +342,8 @@ std::optional<AddressRange> RangeOf(const json::value& value, const std::string&
 }
 
 std::optional<Reservation> ReservationOf(const json::value& value, const std::string& place) {
-    if (value.is_null()) {
+    if (value.is_null())
         return std::nullopt;
-    }
     Reservation reservation{{}, CLIENT_TYPE_BOTH, {}};
     Members(place, {{"mac", [&](const auto& text,
                                 const auto& at) { reservation.hardware = BytesOf(text, at); }},
@@ -372,9 +358,8 @@ std::optional<Reservation> ReservationOf(const json::value& value, const std::st
                          });
                      }}})
         .Read(value);
-    if (reservation.hardware.empty()) {
+    if (reservation.hardware.empty())
         Fail(place, "without a mac");
-    }
     return reservation;
 }
 
@@ -385,9 +370,8 @@ void ApplyScope(DWORD id, const json::value& value, const std::string& place, Se
         const json::object* const object = value.if_object();
         const json::value* const mask = object ? object->if_contains("mask") : nullptr;
         const DWORD bits = mask ? AddressOf(*mask, place) : 0;
-        if (!mask || (id & bits) != id || state.OverlapsScope(id, bits)) {
+        if (!mask || (id & bits) != id || state.OverlapsScope(id, bits))
             Fail(place, "without a mask, with host bits, or on top of another scope");
-        }
         const auto text = [&](const char* name) {
             const json::value* const member = object->if_contains(name);
             return member ? TextOf(*member, place) : std::nullopt;
@@ -436,9 +420,8 @@ void ApplyClient(DWORD address, const json::value& value, const std::string& pla
         return;
     }
     const auto* const scope = state.ScopeOf(address);
-    if (!scope) {
+    if (!scope)
         Fail(place, "in no scope");
-    }
     Client client{{}, {}, {}, 0, CLIENT_TYPE_NONE, {}, 0xFFFFFFFF};
     Identifier hardware;
     Members(
@@ -460,12 +443,11 @@ void ApplyClient(DWORD address, const json::value& value, const std::string& pla
           [&](const auto& text, const auto& at) { client.ownerAddress = AddressOf(text, at); }}})
         .Read(value);
     const Identifier formed = UniqueId(scope->first, hardware);
-    if (client.uniqueId.empty() && !hardware.empty()) {
+    if (client.uniqueId.empty() && !hardware.empty())
         client.uniqueId = formed;  // a state written by hand may leave it out
-    } else if (client.uniqueId.size() <= kUniqueIdPrefixBytes ||
-               (!hardware.empty() && client.uniqueId != formed)) {
+    else if (client.uniqueId.size() <= kUniqueIdPrefixBytes ||
+             (!hardware.empty() && client.uniqueId != formed))
         Fail(place, "mac and uniqueId do not belong together");
-    }
     state.PutClient(address, std::move(client));
 }
 
@@ -534,25 +516,25 @@ void ApplyJson(std::string_view text, ServerState& state) {
     json::error_code error;
     json::monotonic_resource memory;
     const json::value root = json::parse(text, error, &memory);
-    if (error) {
+    if (error)
         throw std::runtime_error("no JSON: " + error.message());
-    }
     const auto known = [](const json::value&, const std::string&) {};
     Members("state", {{"server", known}, {"scopes", known}, {"clients", known}}).Read(root);
     // Clients belong into scopes, wherever a state written by hand puts them.
     const json::object& all = root.get_object();
-    if (const json::value* const server = all.if_contains("server")) {
+    if (const json::value* const server = all.if_contains("server"))
         ApplyServer(*server, "server", state);
-    }
     if (const json::value* const scopes = all.if_contains("scopes")) {
-        ForEachAddress(*scopes, "scopes", [&](DWORD id, const auto& scope, auto& place) {
-            ApplyScope(id, scope, place, state);
-        });
+        ForEachAddress(
+            *scopes, "scopes",
+            [&](DWORD id, const auto& scope, auto& place) { ApplyScope(id, scope, place, state); });
     }
     if (const json::value* const clients = all.if_contains("clients")) {
-        ForEachAddress(*clients, "clients", [&](DWORD address, const auto& client, auto& place) {
-            ApplyClient(address, client, place, state);
-        });
+        ForEachAddress(
+            *clients, "clients",
+            [&](DWORD address, const auto& client, auto& place) {
+                ApplyClient(address, client, place, state);
+            });
     }
 }
 

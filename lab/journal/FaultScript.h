@@ -25,21 +25,21 @@ public:
     /// Reads the lines; `errors` receives one text for each that is not understood.
     FaultScript(std::string_view text, std::vector<std::string>& errors);
 
-    bool IsEmpty() const { return faults_.empty(); }
+    bool IsEmpty() const { return m_faults.empty(); }
 
     /// The code planned for the callOfFunction-th call of the function (from 1), which is the
     /// callOfAny-th call of all.
-    std::optional<DWORD> Find(std::string_view function, uint64_t callOfFunction,
-                              uint64_t callOfAny) const;
+    std::optional<DWORD> Find(std::string_view function, std::uint64_t callOfFunction,
+                              std::uint64_t callOfAny) const;
 
 private:
     struct Fault {
-        size_t line;      // decides which of two fitting faults comes first
-        uint64_t number;  // which call; 0: every call
+        std::size_t line;      // decides which of two fitting faults comes first
+        std::uint64_t number;  // which call; 0: every call
         DWORD code;
     };
     // By function, so that a script for one of them costs the others one look-up.
-    std::map<std::string, std::vector<Fault>, std::less<>> faults_;
+    std::map<std::string, std::vector<Fault>, std::less<>> m_faults;
 };
 
 /// Counts a call of the function and tells the code it has to answer instead of doing its work.

@@ -11,23 +11,22 @@ namespace lab {
 class FileHandle {
 public:
     explicit FileHandle(HANDLE handle = nullptr)
-        : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
+        : m_handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
     ~FileHandle() {
-        if (handle_) {
-            ::CloseHandle(handle_);
-        }
+        if (m_handle)
+            ::CloseHandle(m_handle);
     }
-    FileHandle(FileHandle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    FileHandle(FileHandle&& other) noexcept : m_handle(std::exchange(other.m_handle, nullptr)) {}
     FileHandle& operator=(FileHandle&& other) noexcept {
-        std::swap(handle_, other.handle_);  // the other one closes what was held here
+        std::swap(m_handle, other.m_handle);  // the other one closes what was held here
         return *this;
     }
 
-    HANDLE get() const { return handle_; }
-    explicit operator bool() const { return handle_ != nullptr; }
+    HANDLE get() const { return m_handle; }
+    explicit operator bool() const { return m_handle != nullptr; }
 
 private:
-    HANDLE handle_;
+    HANDLE m_handle;
 };
 
 }  // namespace lab

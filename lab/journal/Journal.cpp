@@ -71,31 +71,28 @@ bool IsUnsafe(unsigned unit) {
 
 }  // namespace
 
-AppendFile::AppendFile(const std::wstring& path) : file_(nullptr) {
-    if (path.empty()) {
+AppendFile::AppendFile(const std::wstring& path) : m_file(nullptr) {
+    if (path.empty())
         return;
-    }
     // Append access alone makes the system place every write at the end, whoever wrote before.
     const HANDLE file = ::CreateFileW(path.c_str(), FILE_APPEND_DATA,
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                       nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) {
-        file_ = file;
-    }
+    if (file != INVALID_HANDLE_VALUE)
+        m_file = file;
 }
 
 AppendFile::~AppendFile() {
-    if (file_) {
-        ::CloseHandle(file_);
-    }
+    if (m_file)
+        ::CloseHandle(m_file);
 }
 
 void AppendFile::AppendLine(std::string_view line) const {
-    if (file_) {
+    if (m_file) {
         std::string bytes(line);
         bytes += '\n';
         DWORD written = 0;
-        ::WriteFile(file_, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+        ::WriteFile(m_file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
     }
 }
 
@@ -115,11 +112,10 @@ std::string Escape(std::string_view bytes) {
     std::string out;
     for (const char byte : bytes) {
         const auto value = static_cast<unsigned char>(byte);
-        if (value < 0x80) {
+        if (value < 0x80)
             AppendAscii(out, value);
-        } else {
+        else
             out += "\\x" + HexDigits(value, 2);
-        }
     }
     return out;
 }
@@ -129,18 +125,17 @@ std::string Escape(std::wstring_view text) {
         return unit >= first && unit < first + 0x400;
     };
     std::string out;
-    for (size_t i = 0; i < text.size(); ++i) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
         const unsigned unit = text[i];
-        if (unit < 0x80) {
+        if (unit < 0x80)
             AppendAscii(out, unit);
-        } else if (isSurrogate(unit, 0xD800) && i + 1 < text.size() &&
-                   isSurrogate(text[i + 1], 0xDC00)) {
+        else if (isSurrogate(unit, 0xD800) && i + 1 < text.size() &&
+                 isSurrogate(text[i + 1], 0xDC00))
             AppendUtf8(out, 0x10000 + ((unit - 0xD800) << 10) + (text[++i] - 0xDC00u));
-        } else if (isSurrogate(unit, 0xD800) || isSurrogate(unit, 0xDC00) || IsUnsafe(unit)) {
+        else if (isSurrogate(unit, 0xD800) || isSurrogate(unit, 0xDC00) || IsUnsafe(unit))
             out += "\\u" + HexDigits(unit, 4);
-        } else {
+        else
             AppendUtf8(out, unit);
-        }
     }
     return out;
 }
@@ -150,28 +145,26 @@ std::optional<std::wstring> Unescape(std::wstring_view escaped) {
     static constexpr std::wstring_view kMeanings = L"\n\r\t\"\\";
     static constexpr std::wstring_view kHexDigits = L"0123456789ABCDEF";
     std::wstring out;
-    for (size_t i = 0; i < escaped.size(); ++i) {
+    for (std::size_t i = 0; i < escaped.size(); ++i) {
         if (escaped[i] != L'\\') {
             out += escaped[i];
             continue;
         }
         const wchar_t form = ++i < escaped.size() ? escaped[i] : L'\0';
-        const size_t letter = kLetters.find(form);
+        const std::size_t letter = kLetters.find(form);
         if (letter != std::wstring_view::npos) {
             out += kMeanings[letter];
             continue;
         }
-        size_t digitsLeft = form == L'x' ? 2 : form == L'u' ? 4 : 0;
-        if (digitsLeft == 0) {
+        std::size_t digitsLeft = form == L'x' ? 2 : form == L'u' ? 4 : 0;
+        if (digitsLeft == 0)
             return std::nullopt;
-        }
-        size_t unit = 0;
+        std::size_t unit = 0;
         for (; digitsLeft > 0; --digitsLeft) {
-            const size_t digit =
+            const std::size_t digit =
                 ++i < escaped.size() ? kHexDigits.find(escaped[i]) : std::wstring_view::npos;
-            if (digit == std::wstring_view::npos) {
+            if (digit == std::wstring_view::npos)
                 return std::nullopt;
-            }
             unit = unit * 16 + digit;
         }
         out += static_cast<wchar_t>(unit);
@@ -187,11 +180,11 @@ std::string Quoted(const wchar_t* text) {
     return Quoted(text, text ? std::wcslen(text) : 0);
 }
 
-std::string Quoted(const wchar_t* text, size_t length) {
+std::string Quoted(const wchar_t* text, std::size_t length) {
     return text ? '"' + Escape(std::wstring_view(text, length)) + '"' : "null";
 }
 
-std::string Dotted(uint32_t hostOrderAddress) {
+std::string Dotted(std::uint32_t hostOrderAddress) {
     std::string text;
     for (int shift = 24; shift >= 0; shift -= 8) {
         text += std::to_string((hostOrderAddress >> shift) & 0xFF);
@@ -200,7 +193,7 @@ std::string Dotted(uint32_t hostOrderAddress) {
     return text;
 }
 
-std::string Hex(uint32_t value) {
+std::string Hex(std::uint32_t value) {
     return "0x" + HexDigits(value, 8);
 }
 

@@ -32,13 +32,13 @@ std::optional<std::wstring> Unescape(std::wstring_view escaped);
 /// The escaped text in quotation marks; null (without marks) for a null pointer.
 std::string Quoted(const char* text);
 std::string Quoted(const wchar_t* text);
-std::string Quoted(const wchar_t* text, size_t length);
+std::string Quoted(const wchar_t* text, std::size_t length);
 
 /// "10.1.0.2" of 0x0A010002: host order, first octet most significant.
-std::string Dotted(uint32_t hostOrderAddress);
+std::string Dotted(std::uint32_t hostOrderAddress);
 
 /// "0x80004005", the form of an HRESULT in the journal.
-std::string Hex(uint32_t value);
+std::string Hex(std::uint32_t value);
 
 /// Appends a whole text, with one write, to the end of a file that is made when absent.
 class AppendFile {
@@ -49,11 +49,11 @@ public:
     AppendFile(const AppendFile&) = delete;
     AppendFile& operator=(const AppendFile&) = delete;
 
-    bool IsOn() const { return file_ != nullptr; }
+    bool IsOn() const { return m_file != nullptr; }
     void AppendLine(std::string_view line) const;
 
 private:
-    void* file_;
+    void* m_file;
 };
 
 }  // namespace lab

@@ -8,7 +8,7 @@
 namespace lab {
 namespace {
 
-constexpr size_t kMaxMacDigits = 510;
+constexpr std::size_t kMaxMacDigits = 510;
 
 constexpr char kAddScopeUsage[] =
     "Usage: add scope ScopeAddress SubnetMask ScopeName [ScopeComment]\n"
@@ -41,23 +41,23 @@ bool StartsWith(const std::wstring& word, const wchar_t* prefix) {
 /// Takes words one after another; a word that does not fit, or is missing, spoils all of them.
 class WordReader {
 public:
-    explicit WordReader(std::vector<std::wstring> words) : words_(std::move(words)) {}
+    explicit WordReader(std::vector<std::wstring> words) : m_words(std::move(words)) {}
 
-    bool HasNext() const { return next_ < words_.size(); }
-    bool IsFine() const { return isFine_; }
-    void Spoil() { isFine_ = false; }
+    bool HasNext() const { return m_next < m_words.size(); }
+    bool IsFine() const { return m_isFine; }
+    void Spoil() { m_isFine = false; }
 
     std::wstring Next() {
         if (!HasNext()) {
             Spoil();
             return {};
         }
-        return words_[next_++];
+        return m_words[m_next++];
     }
     /// The next word only when the test likes it.
     template <class Test>
     std::optional<std::wstring> NextIf(const Test& test) {
-        return HasNext() && test(words_[next_]) ? std::optional(words_[next_++]) : std::nullopt;
+        return HasNext() && test(m_words[m_next]) ? std::optional(m_words[m_next++]) : std::nullopt;
     }
     std::optional<std::wstring> Optional() {
         return NextIf([](const std::wstring&) { return true; });
@@ -67,31 +67,27 @@ public:
 
     template <class Number>
     ULONGLONG Value(const std::optional<Number>& value) {
-        isFine_ = isFine_ && value;
+        m_isFine = m_isFine && value;
         return value.value_or(0);
     }
 
 private:
-    std::vector<std::wstring> words_;
-    size_t next_ = 0;
-    bool isFine_ = true;
+    std::vector<std::wstring> m_words;
+    std::size_t m_next = 0;
+    bool m_isFine = true;
 };
 
 /// DHCP, BOOTP or BOTH, as allowed client types; absent words leave the default.
 BYTE ReadTypes(WordReader& words, BYTE standard) {
     const auto word = words.Optional();
-    if (!word) {
+    if (!word)
         return standard;
-    }
-    if (Is(*word, L"DHCP")) {
+    if (Is(*word, L"DHCP"))
         return CLIENT_TYPE_DHCP;
-    }
-    if (Is(*word, L"BOOTP")) {
+    if (Is(*word, L"BOOTP"))
         return CLIENT_TYPE_BOOTP;
-    }
-    if (!Is(*word, L"BOTH")) {
+    if (!Is(*word, L"BOTH"))
         words.Spoil();
-    }
     return CLIENT_TYPE_BOTH;
 }
 
@@ -118,30 +114,27 @@ void ReadOption(WordReader& words, NetshCommand& command) {
                   {L"IPADDRESS", DhcpIpAddressOption, 0}};
     const std::wstring typeName = words.Next();
     const auto* type = std::begin(kTypes);
-    while (type != std::end(kTypes) && !Is(typeName, type->name)) {
+    while (type != std::end(kTypes) && !Is(typeName, type->name))
         ++type;
-    }
     if (type == std::end(kTypes)) {
         words.Spoil();
         return;
     }
     for (const wchar_t* prefix : {L"user=", L"vendor="}) {
         const auto isClass = [prefix](const auto& word) { return StartsWith(word, prefix); };
-        if (const auto word = words.NextIf(isClass); word && word->size() > std::wcslen(prefix)) {
+        if (const auto word = words.NextIf(isClass); word && word->size() > std::wcslen(prefix))
             command.isDefaultClass = false;
-        }
     }
     words.NextIf(
         [](const auto& word) { return Is(word, L"DhcpFullForce") || Is(word, L"DhcpNoForce"); });
     do {
         OptionElement element{type->type, 0, {}, {}};
-        if (type->type == DhcpStringDataOption) {
+        if (type->type == DhcpStringDataOption)
             element.text = words.Next();
-        } else if (type->type == DhcpIpAddressOption) {
+        else if (type->type == DhcpIpAddressOption)
             element.number = words.Address();
-        } else {
+        else
             element.number = words.Number(type->max);
-        }
         command.optionValue.push_back(std::move(element));
     } while (words.HasNext() && words.IsFine());
 }
@@ -188,9 +181,8 @@ void ReadArguments(WordReader& words, NetshCommand& command) {
             command.range = {words.Address(), 0};
             command.range.last = words.Address();
             command.rangeType = RangeTypeOf(ReadTypes(words, CLIENT_TYPE_UNSPECIFIED));
-            if (words.HasNext()) {
+            if (words.HasNext())
                 words.Number(0xFFFFFFFF);  // the most BOOTP clients: none are ever served here
-            }
             break;
         case NetshCommand::Verb::kAddExclusion:
             command.range = {words.Address(), 0};
@@ -211,23 +203,21 @@ void ReadArguments(WordReader& words, NetshCommand& command) {
             }
             break;
     }
-    if (words.HasNext()) {
+    if (words.HasNext())
         words.Spoil();
-    }
 }
 
 }  // namespace
 
 std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>& words) {
-    const auto isWord = [&words](size_t at, const wchar_t* keyword) {
+    const auto isWord = [&words](std::size_t at, const wchar_t* keyword) {
         return at < words.size() && Is(words[at], keyword);
     };
-    if (!isWord(0, L"dhcp") || !isWord(1, L"server")) {
+    if (!isWord(0, L"dhcp") || !isWord(1, L"server"))
         return std::nullopt;
-    }
-    size_t next = 2;
+    std::size_t next = 2;
     NetshCommand command{};
-    const auto isContext = [&isWord](size_t at) {
+    const auto isContext = [&isWord](std::size_t at) {
         return isWord(at, L"add") || isWord(at, L"set") || isWord(at, L"delete") ||
                isWord(at, L"scope");
     };
@@ -250,9 +240,8 @@ std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>&
             const auto from = words.begin() + static_cast<std::ptrdiff_t>(next + 2);
             WordReader arguments({from, words.end()});
             ReadArguments(arguments, command);
-            if (!arguments.IsFine()) {
+            if (!arguments.IsFine())
                 command.usage = verb.usage;
-            }
             return command;
         }
     }
@@ -288,11 +277,10 @@ DWORD NetshCommand::Run(ServerRules& rules) const {
             for (const OptionElement& value : optionValue) {
                 DHCP_OPTION_DATA_ELEMENT copy{};
                 copy.OptionType = static_cast<DHCP_OPTION_DATA_TYPE>(value.type);
-                if (value.type == DhcpStringDataOption) {
+                if (value.type == DhcpStringDataOption)
                     copy.Element.StringDataOption = const_cast<WCHAR*>(value.text.c_str());
-                } else {
+                else
                     copy.Element.DWordDWordOption = value.number;
-                }
                 elements.push_back(copy);
             }
             DHCP_OPTION_SCOPE_INFO where{};
@@ -305,9 +293,8 @@ DWORD NetshCommand::Run(ServerRules& rules) const {
             element.ElementType = DhcpReservedIps;
             element.Element.ReservedIp = &reservation;
             const DWORD code = rules.AddElement(scope, element);
-            if (code != ERROR_SUCCESS || !name) {
+            if (code != ERROR_SUCCESS || !name)
                 return code;
-            }
             // A reservation has no texts of its own: they go to the record that came with it.
             return rules.SetClientTexts(range.first, name->c_str(),
                                         comment ? comment->c_str() : nullptr);

@@ -30,18 +30,15 @@ Answer Unreachable(const NetshCommand& command, DWORD code) {
 /// netsh asks the server for its version first, then looks for the scope, then reads the words.
 Answer Answered(const NetshCommand& command, ServerState& state, const ServerSettings& settings) {
     const bool isInScope = command.verb != NetshCommand::Verb::kAddScope;
-    if (isInScope && (!command.isScopeValid || !state.FindScope(command.scope))) {
+    if (isInScope && (!command.isScopeValid || !state.FindScope(command.scope)))
         return {"The command needs a valid Scope IP Address.", "no scope"};
-    }
     const std::string context = isInScope ? "\nChanged the current scope context to " +
                                                 Dotted(command.scope) + " scope.\n\n"
                                           : "";
-    if (command.usage) {
+    if (command.usage)
         return {context + *command.usage, "usage"};
-    }
-    if (!command.isDefaultClass) {
+    if (!command.isDefaultClass)
         return {context + "The specified class does not exist.", "no class"};
-    }
     ServerRules rules(state, settings);
     const DWORD code = command.Run(rules);
     return {context + (code ? NetshErrorText(code) : "Command completed successfully."),
@@ -52,9 +49,8 @@ Answer Execute(const std::vector<std::wstring>& words) {
     const auto command = NetshCommand::Parse(words);
     if (!command) {
         std::string line;
-        for (const std::wstring& word : words) {
+        for (const std::wstring& word : words)
             line += (line.empty() ? "" : " ") + ToUtf8(word);
-        }
         return {"The following command was not found: " + line + ".", "not found"};
     }
     if (const auto fault = FaultFor("netsh")) {
@@ -63,9 +59,8 @@ Answer Execute(const std::vector<std::wstring>& words) {
     }
     std::vector<std::string> errors;
     const ServerSettings settings = ServerSettings::FromEnvironment(errors);
-    for (const std::string& error : errors) {
+    for (const std::string& error : errors)
         JournalMisuse(error);
-    }
     try {
         StateFile file(StateFile::PathFromEnvironment());
         Answer answer;

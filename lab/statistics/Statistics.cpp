@@ -88,9 +88,8 @@ int main() {
     std::fflush(stdout);
     std::printf("%-24s %8s  %-7s  %-19s  %s\n", "MODULE", "PROCESS", "STATE", "STARTED (UTC)",
                 "TRACE LINES BY LEVEL");
-    for (const ModuleRecord& record : *records) {
+    for (const ModuleRecord& record : *records)
         if (processId == 0 || record.processId == processId)
             PrintRecord(record);
-    }
     return EXIT_SUCCESS;
 }

@@ -26,30 +26,27 @@ public:
     ClassFactory& operator=(const ClassFactory&) = delete;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
-        if (!object) {
+        if (!object)
             return E_POINTER;
-        }
         const bool isKnown =
             ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, IID_IClassFactory);
         *object = isKnown ? static_cast<IClassFactory*>(this) : nullptr;
-        if (!isKnown) {
+        if (!isKnown)
             return E_NOINTERFACE;
-        }
         AddRef();
         return S_OK;
     }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
     ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --references_;
-        if (left == 0) {
+        const ULONG left = --m_references;
+        if (left == 0)
             delete this;
-        }
         return left;
     }
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
         const HRESULT hr = Create(outer, iid, object);
-        lab::Journal("store CreateInstance -> " + lab::Hex(static_cast<uint32_t>(hr)));
+        lab::Journal("store CreateInstance -> " + lab::Hex(static_cast<std::uint32_t>(hr)));
         return hr;
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
@@ -61,26 +58,22 @@ private:
     ~ClassFactory() { --lab::StorageComponent::liveObjects; }
 
     static HRESULT Create(IUnknown* outer, REFIID iid, void** object) {
-        if (!object) {
+        if (!object)
             return E_POINTER;
-        }
         *object = nullptr;
-        if (outer) {
+        if (outer)
             return CLASS_E_NOAGGREGATION;
-        }
-        if (const auto fault = lab::FaultFor("CreateInstance")) {
+        if (const auto fault = lab::FaultFor("CreateInstance"))
             return static_cast<HRESULT>(*fault);
-        }
         auto* const component = new (std::nothrow) lab::StorageComponent();
-        if (!component) {
+        if (!component)
             return E_OUTOFMEMORY;
-        }
         const HRESULT hr = component->QueryInterface(iid, object);
         component->Release();
         return hr;
     }
 
-    std::atomic<ULONG> references_{1};
+    std::atomic<ULONG> m_references{1};
 };
 
 bool SetText(const std::wstring& key, const wchar_t* name, const std::wstring& text) {
@@ -92,26 +85,22 @@ bool SetText(const std::wstring& key, const wchar_t* name, const std::wstring& t
 }  // namespace
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*) {
-    if (reason == DLL_PROCESS_ATTACH) {
+    if (reason == DLL_PROCESS_ATTACH)
         thisModule = module;
-    } else if (reason == DLL_PROCESS_DETACH) {
+    else if (reason == DLL_PROCESS_DETACH)
         lab::StorageComponent::CloseAllAtUnload();
-    }
     return TRUE;
 }
 
 STDAPI DllGetClassObject(REFCLSID classId, REFIID iid, void** object) {
-    if (!object) {
+    if (!object)
         return E_POINTER;
-    }
     *object = nullptr;
-    if (!::IsEqualCLSID(classId, CLSID_LabZakStorageDB)) {
+    if (!::IsEqualCLSID(classId, CLSID_LabZakStorageDB))
         return CLASS_E_CLASSNOTAVAILABLE;
-    }
     auto* const factory = new (std::nothrow) ClassFactory();
-    if (!factory) {
+    if (!factory)
         return E_OUTOFMEMORY;
-    }
     const HRESULT hr = factory->QueryInterface(iid, object);
     factory->Release();
     return hr;

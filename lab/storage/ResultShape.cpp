@@ -15,10 +15,9 @@ using OwnedArray = std::unique_ptr<SAFEARRAY, ArrayDestroy>;
 HRESULT Fill(SAFEARRAY* array, VARTYPE elementType, const std::vector<const TypedText*>& elements) {
     void* data = nullptr;
     HRESULT hr = ::SafeArrayAccessData(array, &data);
-    if (FAILED(hr)) {
+    if (FAILED(hr))
         return hr;
-    }
-    for (size_t i = 0; i < elements.size() && SUCCEEDED(hr); ++i) {
+    for (std::size_t i = 0; i < elements.size() && SUCCEEDED(hr); ++i) {
         OwnedVariant element;
         if (elementType == VT_BSTR) {
             hr = TypedText(elements[i]->Text()).MakeVariant(element);
@@ -35,21 +34,18 @@ HRESULT Fill(SAFEARRAY* array, VARTYPE elementType, const std::vector<const Type
 }  // namespace
 
 bool ResultShape::IsKnown() const {
-    for (const wchar_t* const known : {L"", L"odd", L"twice", L"bstr-array", L"i4", L"empty",
-                                       L"null-array", L"two-dimensional"}) {
-        if (result == known) {
+    for (const wchar_t* const known :
+         {L"", L"odd", L"twice", L"bstr-array", L"i4", L"empty", L"null-array", L"two-dimensional"})
+        if (result == known)
             return true;
-        }
-    }
     return false;
 }
 
 HRESULT ResultShape::Make(const std::vector<const TypedText*>& elements,
                           OwnedVariant& answer) const {
     VARIANT& out = *answer.Receive();
-    if (result == L"empty") {
+    if (result == L"empty")
         return S_OK;
-    }
     if (result == L"i4") {
         out.vt = VT_I4;
         out.lVal = static_cast<LONG>(elements.size());
@@ -59,20 +55,17 @@ HRESULT ResultShape::Make(const std::vector<const TypedText*>& elements,
     OwnedArray array;
     if (result != L"null-array") {
         std::vector<const TypedText*> listed = elements;
-        if (result == L"odd" && !listed.empty()) {
+        if (result == L"odd" && !listed.empty())
             listed.pop_back();
-        } else if (result == L"twice") {
+        else if (result == L"twice")
             listed.insert(listed.end(), elements.begin(), elements.end());
-        }
         SAFEARRAYBOUND bounds[] = {{static_cast<ULONG>(listed.size()), lower}, {1, 0}};
         array.reset(::SafeArrayCreate(elementType, result == L"two-dimensional" ? 2 : 1, bounds));
-        if (!array) {
+        if (!array)
             return E_OUTOFMEMORY;
-        }
         const HRESULT hr = Fill(array.get(), elementType, listed);
-        if (FAILED(hr)) {
+        if (FAILED(hr))
             return hr;
-        }
     }
     out.vt = static_cast<VARTYPE>(VT_ARRAY | elementType);
     out.parray = array.release();

@@ -13,11 +13,10 @@ std::set<StoreFile*> openStores;
 
 void RememberOpen(StoreFile* file, bool isOpen) {
     const std::lock_guard<std::mutex> lock(openStoresMutex);
-    if (isOpen) {
+    if (isOpen)
         openStores.insert(file);
-    } else {
+    else
         openStores.erase(file);
-    }
 }
 
 std::wstring Text(BSTR text) {
@@ -40,7 +39,7 @@ HRESULT UnusedSlot(const char* function) {
 
 void SaveLeftOpen(StoreFile& file) {
     const HRESULT hr = file.Save();
-    JournalMisuse("store left open, saved now -> " + Hex(static_cast<uint32_t>(hr)));
+    JournalMisuse("store left open, saved now -> " + Hex(static_cast<std::uint32_t>(hr)));
 }
 
 }  // namespace
@@ -52,7 +51,7 @@ struct StorageComponent::Call {
 
     HRESULT Result(HRESULT hr, const std::string& more = std::string()) const {
         Journal("store " + std::string(function) + arguments + " -> " +
-                Hex(static_cast<uint32_t>(hr)) + (more.empty() ? "" : " " + more));
+                Hex(static_cast<std::uint32_t>(hr)) + (more.empty() ? "" : " " + more));
         return hr;
     }
     HRESULT Misuse(const std::string& what, HRESULT hr) const {
@@ -68,75 +67,67 @@ StorageComponent::StorageComponent() {
 }
 
 StorageComponent::~StorageComponent() {
-    if (state_ == State::Open) {
-        RememberOpen(&file_, false);
-        SaveLeftOpen(file_);
+    if (m_state == State::Open) {
+        RememberOpen(&m_file, false);
+        SaveLeftOpen(m_file);
     }
     --liveObjects;
 }
 
 void StorageComponent::CloseAllAtUnload() {
     // No lock: other threads have ended or have left this DLL, and one may have died holding it.
-    for (StoreFile* const file : openStores) {
+    for (StoreFile* const file : openStores)
         SaveLeftOpen(*file);
-    }
-    if (liveObjects > 0) {
+    if (liveObjects > 0)
         JournalMisuse("store references left: " + std::to_string(liveObjects));
-    }
 }
 
 HRESULT StorageComponent::QueryInterface(REFIID iid, void** object) {
-    if (!object) {
+    if (!object)
         return E_POINTER;
-    }
     const bool isKnown = ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, IID_IZakStorageDB);
     *object = isKnown ? static_cast<IZakStorageDB*>(this) : nullptr;
-    if (!isKnown) {
+    if (!isKnown)
         return E_NOINTERFACE;
-    }
     AddRef();
     return S_OK;
 }
 
 ULONG StorageComponent::AddRef() {
-    return ++references_;
+    return ++m_references;
 }
 
 ULONG StorageComponent::Release() {
-    const ULONG left = --references_;
-    if (left == 0) {
+    const ULONG left = --m_references;
+    if (left == 0)
         delete this;
-    }
     return left;
 }
 
 HRESULT StorageComponent::Initialize(BSTR bstrDBPath) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     const Call call{"Initialize", " " + Quoted(bstrDBPath, ::SysStringLen(bstrDBPath))};
-    if (state_ == State::Open) {
+    if (m_state == State::Open)
         return call.Result(call.Misuse("store is open already", E_UNEXPECTED));
-    }
-    state_ = State::Failed;
-    if (!bstrDBPath) {
+    m_state = State::Failed;
+    if (!bstrDBPath)
         return call.Result(call.Misuse("path is null", E_POINTER));
-    }
-    if (const auto fault = FaultFor(call.function)) {
+    if (const auto fault = FaultFor(call.function))
         return call.Result(static_cast<HRESULT>(*fault));
-    }
-    const HRESULT hr = file_.Open(Text(bstrDBPath));
+    const HRESULT hr = m_file.Open(Text(bstrDBPath));
     if (SUCCEEDED(hr)) {
-        state_ = State::Open;
-        RememberOpen(&file_, true);
+        m_state = State::Open;
+        RememberOpen(&m_file, true);
     }
-    return call.Result(hr, file_.FailedLine() ? "line " + std::to_string(file_.FailedLine()) : "");
+    return call.Result(hr,
+                       m_file.FailedLine() ? "line " + std::to_string(m_file.FailedLine()) : "");
 }
 
 HRESULT StorageComponent::CheckOpen(const char* function) {
-    if (state_ == State::Open) {
+    if (m_state == State::Open)
         return S_OK;
-    }
-    if (state_ != State::Failed) {
-        const bool isNew = state_ == State::New;
+    if (m_state != State::Failed) {
+        const bool isNew = m_state == State::New;
         Call{function, {}}.Misuse(isNew ? "before Initialize" : "after Uninitialize", E_UNEXPECTED);
     }
     return E_UNEXPECTED;
@@ -144,27 +135,22 @@ HRESULT StorageComponent::CheckOpen(const char* function) {
 
 HRESULT StorageComponent::Check(const Call& call, E_ZAKSTORAGE_VISIBILITY visibility, long index,
                                 BSTR section) {
-    if (visibility != E_ZAKSTORAGE_PUBLIC) {
+    if (visibility != E_ZAKSTORAGE_PUBLIC)
         return call.Misuse("visibility " + std::to_string(visibility), E_INVALIDARG);
-    }
-    if (index != 0) {
+    if (index != 0)
         return call.Misuse("index " + std::to_string(index), E_INVALIDARG);
-    }
-    if (!section) {
+    if (!section)
         return call.Misuse("section is null", E_INVALIDARG);
-    }
     const HRESULT hr = CheckOpen(call.function);
     const auto fault = FAILED(hr) ? std::nullopt : FaultFor(call.function);
     return fault ? static_cast<HRESULT>(*fault) : hr;
 }
 
 HRESULT StorageComponent::Answer(const Call& call, HRESULT hr, OwnedVariant& made, VARIANT* out) {
-    if (!out) {
+    if (!out)
         return call.Result(call.Misuse("out VARIANT is null", E_POINTER));
-    }
-    if (out->vt != VT_EMPTY) {
+    if (out->vt != VT_EMPTY)
         call.Misuse("out VARIANT is not empty, its content is lost: " + Describe(*out), S_OK);
-    }
     call.Result(hr, SUCCEEDED(hr) && JournalIsOn() ? Describe(made.get()) : "");
     *out = made.Detach();
     return hr;
@@ -172,77 +158,69 @@ HRESULT StorageComponent::Answer(const Call& call, HRESULT hr, OwnedVariant& mad
 
 HRESULT StorageComponent::get_Value(E_ZAKSTORAGE_VISIBILITY visibility, long index, BSTR section,
                                     BSTR entry, BSTR valueName, VARIANT* value) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     const Call call{"get_Value", " " + Word(section) + " " + Word(entry) + " " + Word(valueName)};
     OwnedVariant made;
     HRESULT hr = Check(call, visibility, index, section);
-    if (hr == S_OK) {
-        hr = file_.Get(Text(section), Text(entry), Text(valueName), made);
-    }
+    if (hr == S_OK)
+        hr = m_file.Get(Text(section), Text(entry), Text(valueName), made);
     return Answer(call, hr, made, value);
 }
 
 HRESULT StorageComponent::put_Value(E_ZAKSTORAGE_VISIBILITY visibility, long index, BSTR section,
                                     BSTR entry, BSTR valueName, VARIANT value) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     const Call call{"put_Value", " " + Word(section) + " " + Word(entry) + " " + Word(valueName) +
                                      " " + Describe(value)};
     HRESULT hr = Check(call, visibility, index, section);
-    if (value.vt != VT_BSTR) {
+    if (value.vt != VT_BSTR)
         hr = call.Misuse("value is no text: " + Describe(value), E_INVALIDARG);
-    } else if (!entry || !valueName) {
+    else if (!entry || !valueName)
         hr = call.Misuse("entry or value name is null", E_INVALIDARG);
-    }
-    if (hr == S_OK) {
-        file_.Put(Text(section), Text(entry), Text(valueName), Text(value.bstrVal));
-    }
+    if (hr == S_OK)
+        m_file.Put(Text(section), Text(entry), Text(valueName), Text(value.bstrVal));
     return call.Result(hr);
 }
 
 HRESULT StorageComponent::Uninitialize() {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     const Call call{"Uninitialize", {}};
     HRESULT hr = CheckOpen(call.function);
-    if (FAILED(hr)) {
+    if (FAILED(hr))
         return call.Result(hr);
-    }
     // Closed whatever comes out: the caller has no second try, and a planned fault is about the
     // answer, not about the data.
-    hr = file_.Save();
-    state_ = State::Closed;
-    RememberOpen(&file_, false);
+    hr = m_file.Save();
+    m_state = State::Closed;
+    RememberOpen(&m_file, false);
     const auto fault = FaultFor(call.function);
     return call.Result(fault ? static_cast<HRESULT>(*fault) : hr);
 }
 
 HRESULT StorageComponent::Enumerate(E_ZAKSTORAGE_VISIBILITY visibility, long index, BSTR section,
                                     BSTR entry, VARIANT* entries) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     const Call call{"Enumerate", " " + Word(section)};
     OwnedVariant made;
     HRESULT hr = Check(call, visibility, index, section);
-    if (entry) {
+    if (entry)
         hr = call.Misuse("only sections can be listed, entry is " + Word(entry), E_INVALIDARG);
-    }
-    if (hr == S_OK) {
-        hr = file_.List(Text(section), made);
-    }
+    if (hr == S_OK)
+        hr = m_file.List(Text(section), made);
     return Answer(call, hr, made, entries);
 }
 
 HRESULT StorageComponent::EnumerateWithValue(E_ZAKSTORAGE_VISIBILITY visibility, long index,
                                              BSTR section, BSTR entry, BSTR unused,
                                              VARIANT* pairs) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     const Call call{"EnumerateWithValue", " " + Word(section) + " " + Word(entry)};
     OwnedVariant made;
     HRESULT hr = Check(call, visibility, index, section);
-    if (!entry || unused) {
+    if (!entry || unused)
         hr = call.Misuse(entry ? "the unused text is not null" : "entry is null", E_INVALIDARG);
-    }
-    if (hr == S_OK) {
-        hr = file_.ListValues(Text(section), Text(entry), made);
-    }
+    if (hr == S_OK)
+        hr = m_file.ListValues(Text(section), Text(entry), made);
     return Answer(call, hr, made, pairs);
 }
 

@@ -58,10 +58,10 @@ private:
     HRESULT CheckOpen(const char* function);
     HRESULT Answer(const Call& call, HRESULT hr, OwnedVariant& made, VARIANT* out);
 
-    std::mutex mutex_;
-    std::atomic<ULONG> references_{1};
-    State state_ = State::New;
-    StoreFile file_;
+    std::mutex m_mutex;
+    std::atomic<ULONG> m_references{1};
+    State m_state = State::New;
+    StoreFile m_file;
 };
 
 }  // namespace lab

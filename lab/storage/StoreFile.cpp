@@ -34,9 +34,8 @@ HRESULT MakeReader(ComPtr<IXmlReader>& reader) {
     const auto create = library ? reinterpret_cast<CreateXmlReaderCall>(reinterpret_cast<void*>(
                                       ::GetProcAddress(library, "CreateXmlReader")))
                                 : nullptr;
-    if (!create) {
+    if (!create)
         return LastError();
-    }
     void* made = nullptr;
     const HRESULT hr = create(__uuidof(IXmlReader), &made, nullptr);
     reader.reset(static_cast<IXmlReader*>(made));
@@ -46,17 +45,15 @@ HRESULT MakeReader(ComPtr<IXmlReader>& reader) {
 /// The file with all that is beyond ASCII in the escaped form, which texts may have anyway: Wine's
 /// reader breaks the characters that lie across the ends of the pieces in which it reads.
 HRESULT ReadAsAscii(const std::wstring& path, std::string& ascii) {
-    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
         return LastError();
-    }
     const std::string bytes = FileText(path);
     const int length = static_cast<int>(bytes.size());
     std::wstring text(bytes.size(), L'\0');
-    text.resize(static_cast<size_t>(::MultiByteToWideChar(
+    text.resize(static_cast<std::size_t>(::MultiByteToWideChar(
         CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, text.data(), length)));
-    if (text.empty()) {
+    if (text.empty())
         return kInvalidData;
-    }
     ascii.reserve(bytes.size());
     for (const wchar_t unit : text) {
         if (unit < 0x80) {
@@ -84,9 +81,8 @@ std::wstring Take(AttributeMap& attributes, const wchar_t* name) {
 bool TakeShape(AttributeMap& attributes, ResultShape& shape) {
     shape.result = Take(attributes, L"result");
     const std::wstring lower = Take(attributes, L"lower");
-    if (lower.find_first_not_of(L"0123456789") != std::wstring::npos || lower.size() > 6) {
+    if (lower.find_first_not_of(L"0123456789") != std::wstring::npos || lower.size() > 6)
         return false;
-    }
     shape.lower = lower.empty() ? 0 : std::stol(lower);
     return shape.IsKnown();
 }
@@ -128,22 +124,20 @@ std::string ShapeAttributes(const ResultShape& shape) {
 
 HRESULT StoreFile::Open(const std::wstring& path) {
     *this = StoreFile();
-    path_ = path;
+    m_path = path;
     std::string ascii;
     ComPtr<IXmlReader> reader;
     HRESULT hr = ReadAsAscii(path, ascii);
-    if (FAILED(hr) || FAILED(hr = MakeReader(reader))) {
+    if (FAILED(hr) || FAILED(hr = MakeReader(reader)))
         return hr;
-    }
     const ComPtr<IStream> file(::SHCreateMemStream(reinterpret_cast<const BYTE*>(ascii.data()),
                                                    static_cast<UINT>(ascii.size())));
-    if (FAILED(hr = reader->SetInput(file.get()))) {
+    if (FAILED(hr = reader->SetInput(file.get())))
         return hr;
-    }
-    size_t depth = 0;
+    std::size_t depth = 0;
     bool sawStore = false;
     const auto failAtThisLine = [this, &reader](HRESULT failure) {
-        reader->GetLineNumber(&failedLine_);
+        reader->GetLineNumber(&m_failedLine);
         return failure;
     };
     XmlNodeType type = XmlNodeType_None;
@@ -165,16 +159,13 @@ HRESULT StoreFile::Open(const std::wstring& path) {
                 UINT length = 0;
                 reader->GetValue(&text, &length);
                 const auto value = Unescape(std::wstring_view(text, length));
-                if (!value || !attributes.emplace(name, *value).second) {
+                if (!value || !attributes.emplace(name, *value).second)
                     return failAtThisLine(kInvalidData);
-                }
             }
-            if (FAILED(hr)) {
+            if (FAILED(hr))
                 return failAtThisLine(hr);
-            }
-            if (!AddElement(depth, element, std::move(attributes))) {
+            if (!AddElement(depth, element, std::move(attributes)))
                 return failAtThisLine(kInvalidData);
-            }
             sawStore = true;
             depth += hasContent ? 1 : 0;
         }
@@ -183,44 +174,41 @@ HRESULT StoreFile::Open(const std::wstring& path) {
     return FAILED(hr) ? failAtThisLine(hr) : sawStore ? S_OK : kInvalidData;
 }
 
-bool StoreFile::AddElement(size_t depth, const std::wstring& element, AttributeMap attributes) {
+bool StoreFile::AddElement(std::size_t depth, const std::wstring& element,
+                           AttributeMap attributes) {
     static constexpr const wchar_t* kElements[] = {L"store", L"section", L"entry", L"value"};
-    if (depth >= std::size(kElements) || element != kElements[depth]) {
+    if (depth >= std::size(kElements) || element != kElements[depth])
         return false;
-    }
     OwnedVariant probe;
     if (element == L"section") {
         Section section{Take(attributes, L"name"), {}, {}};
         const std::wstring key = section.name;
-        if (sections_.Find(key) || !TakeShape(attributes, section.shape)) {
+        if (m_sections.Find(key) || !TakeShape(attributes, section.shape))
             return false;
-        }
-        sections_.Add(key, std::move(section));
+        m_sections.Add(key, std::move(section));
     } else if (element == L"entry") {
-        auto& entries = sections_.Last().entries;
+        auto& entries = m_sections.Last().entries;
         const std::wstring id = Take(attributes, L"id");
         Entry entry{TypedText(id, Take(attributes, L"idtype")), {}, {}};
         if (entries.Find(id) || !TakeShape(attributes, entry.shape) ||
-            FAILED(entry.id.MakeVariant(probe))) {
+            FAILED(entry.id.MakeVariant(probe)))
             return false;
-        }
         entries.Add(id, std::move(entry));
     } else if (element == L"value") {
         const std::wstring name = Take(attributes, L"name");
         Value value{TypedText(name, Take(attributes, L"nametype")), {}};
         const std::wstring text = Take(attributes, L"text");
         value.value = TypedText(text, Take(attributes, L"type"));
-        if (FAILED(value.name.MakeVariant(probe)) || FAILED(value.value.MakeVariant(probe))) {
+        if (FAILED(value.name.MakeVariant(probe)) || FAILED(value.value.MakeVariant(probe)))
             return false;
-        }
-        sections_.Last().entries.Last().values.Add(FoldedCase(name), std::move(value));
+        m_sections.Last().entries.Last().values.Add(FoldedCase(name), std::move(value));
     }
     return attributes.empty();
 }
 
 std::string StoreFile::Text() const {
     std::string out = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<store>\n";
-    for (const Section& section : sections_) {
+    for (const Section& section : m_sections) {
         out +=
             "  <section" + Attribute("name", section.name) + ShapeAttributes(section.shape) + ">\n";
         for (const Entry& entry : section.entries) {
@@ -238,10 +226,9 @@ std::string StoreFile::Text() const {
 }
 
 HRESULT StoreFile::Save() {
-    if (!isChanged_) {
+    if (!m_isChanged)
         return S_OK;
-    }
-    const std::wstring newPath = path_ + L".new";
+    const std::wstring newPath = m_path + L".new";
     {
         const FileHandle file(::CreateFileW(newPath.c_str(), GENERIC_WRITE, 0, nullptr,
                                             CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -250,23 +237,22 @@ HRESULT StoreFile::Save() {
         if (!file ||
             !::WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written,
                          nullptr) ||
-            !::FlushFileBuffers(file.get())) {
+            !::FlushFileBuffers(file.get()))
             return LastError();
-        }
     }
-    if (!::MoveFileExW(newPath.c_str(), path_.c_str(),
+    if (!::MoveFileExW(newPath.c_str(), m_path.c_str(),
                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
         const HRESULT hr = LastError();
         ::DeleteFileW(newPath.c_str());
         return hr;
     }
-    isChanged_ = false;
+    m_isChanged = false;
     return S_OK;
 }
 
 const StoreFile::Entry* StoreFile::FindEntry(const std::wstring& section,
                                              const std::wstring& entry) const {
-    const Section* const found = sections_.Find(section);
+    const Section* const found = m_sections.Find(section);
     return found ? found->entries.Find(entry) : nullptr;
 }
 
@@ -279,44 +265,38 @@ HRESULT StoreFile::Get(const std::wstring& section, const std::wstring& entry,
 
 void StoreFile::Put(const std::wstring& section, const std::wstring& entry,
                     const std::wstring& name, const std::wstring& text) {
-    Section* sectionItem = sections_.Find(section);
-    if (!sectionItem) {
-        sectionItem = &sections_.Add(section, {section, {}, {}});
-    }
+    Section* sectionItem = m_sections.Find(section);
+    if (!sectionItem)
+        sectionItem = &m_sections.Add(section, {section, {}, {}});
     Entry* entryItem = sectionItem->entries.Find(entry);
-    if (!entryItem) {
+    if (!entryItem)
         entryItem = &sectionItem->entries.Add(entry, {TypedText(entry), {}, {}});
-    }
     const TypedText newValue(text);
     Value* const item = entryItem->values.Find(FoldedCase(name));
-    if (!item) {
+    if (!item)
         entryItem->values.Add(FoldedCase(name), {TypedText(name), newValue});
-    } else if (item->value == newValue) {
+    else if (item->value == newValue)
         return;
-    } else {
+    else
         item->value = newValue;
-    }
-    isChanged_ = true;
+    m_isChanged = true;
 }
 
 HRESULT StoreFile::List(const std::wstring& section, OwnedVariant& answer) const {
-    const Section* const found = sections_.Find(section);
+    const Section* const found = m_sections.Find(section);
     std::vector<const TypedText*> ids;
-    if (!found) {
+    if (!found)
         return ResultShape().Make(ids, answer);
-    }
-    for (const Entry& entry : found->entries) {
+    for (const Entry& entry : found->entries)
         ids.push_back(&entry.id);
-    }
     return found->shape.Make(ids, answer);
 }
 
 HRESULT StoreFile::ListValues(const std::wstring& section, const std::wstring& entry,
                               OwnedVariant& answer) const {
     const Entry* const found = FindEntry(section, entry);
-    if (!found) {
+    if (!found)
         return kNotFound;
-    }
     std::vector<const TypedText*> pairs;
     for (const Value& value : found->values) {
         pairs.push_back(&value.name);

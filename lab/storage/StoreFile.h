@@ -19,24 +19,24 @@ class OrderedIndex {
 public:
     /// A second item with the same key stays in the order, but the key then finds the newer one.
     Item& Add(const std::wstring& key, Item item) {
-        byKey_[key] = items_.size();
-        items_.push_back(std::move(item));
-        return items_.back();
+        m_byKey[key] = m_items.size();
+        m_items.push_back(std::move(item));
+        return m_items.back();
     }
     const Item* Find(const std::wstring& key) const {
-        const auto found = byKey_.find(key);
-        return found == byKey_.end() ? nullptr : &items_[found->second];
+        const auto found = m_byKey.find(key);
+        return found == m_byKey.end() ? nullptr : &m_items[found->second];
     }
     Item* Find(const std::wstring& key) {
         return const_cast<Item*>(std::as_const(*this).Find(key));
     }
-    Item& Last() { return items_.back(); }
-    auto begin() const { return items_.begin(); }
-    auto end() const { return items_.end(); }
+    Item& Last() { return m_items.back(); }
+    auto begin() const { return m_items.begin(); }
+    auto end() const { return m_items.end(); }
 
 private:
-    std::deque<Item> items_;
-    std::unordered_map<std::wstring, size_t> byKey_;
+    std::deque<Item> m_items;
+    std::unordered_map<std::wstring, std::size_t> m_byKey;
 };
 
 using AttributeMap = std::unordered_map<std::wstring, std::wstring>;
@@ -49,7 +49,7 @@ public:
     /// Reads the file. ERROR_FILE_NOT_FOUND when there is none, the XML reader's error when it is
     /// no XML, ERROR_INVALID_DATA when it is no store (all as HRESULT). FailedLine tells where.
     HRESULT Open(const std::wstring& path);
-    unsigned FailedLine() const { return failedLine_; }
+    unsigned FailedLine() const { return m_failedLine; }
 
     /// Writes the file if something changed: a new file beside it, complete on the disk, takes its
     /// place in one step. Whenever a run ends, the file is either the old one or the new one.
@@ -83,14 +83,14 @@ private:
         OrderedIndex<Entry> entries;
     };
 
-    bool AddElement(size_t depth, const std::wstring& element, AttributeMap attributes);
+    bool AddElement(std::size_t depth, const std::wstring& element, AttributeMap attributes);
     const Entry* FindEntry(const std::wstring& section, const std::wstring& entry) const;
     std::string Text() const;
 
-    std::wstring path_;
-    unsigned failedLine_ = 0;
-    bool isChanged_ = false;
-    OrderedIndex<Section> sections_;
+    std::wstring m_path;
+    unsigned m_failedLine = 0;
+    bool m_isChanged = false;
+    OrderedIndex<Section> m_sections;
 };
 
 }  // namespace lab

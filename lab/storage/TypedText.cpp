@@ -25,14 +25,12 @@ bool ParseAddress(const std::wstring& text, ULONG& hostOrderAddress) {
     int length = -1;
     if (std::swscanf(text.c_str(), L"%3u.%3u.%3u.%3u%n", &octet[0], &octet[1], &octet[2], &octet[3],
                      &length) != 4 ||
-        length != static_cast<int>(text.size())) {
+        length != static_cast<int>(text.size()))
         return false;
-    }
     hostOrderAddress = 0;
     for (const unsigned part : octet) {
-        if (part > 255) {
+        if (part > 255)
             return false;
-        }
         hostOrderAddress = hostOrderAddress << 8 | part;
     }
     return true;
@@ -42,31 +40,30 @@ bool ParseAddress(const std::wstring& text, ULONG& hostOrderAddress) {
 
 HRESULT TypedText::MakeVariant(OwnedVariant& value) const {
     VARIANT& out = *value.Receive();
-    if (typeWord_.empty() || typeWord_ == L"bstr") {
-        out.bstrVal = ::SysAllocStringLen(text_.data(), static_cast<UINT>(text_.size()));
+    if (m_typeWord.empty() || m_typeWord == L"bstr") {
+        out.bstrVal = ::SysAllocStringLen(m_text.data(), static_cast<UINT>(m_text.size()));
         out.vt = out.bstrVal ? VT_BSTR : VT_EMPTY;
         return out.bstrVal ? S_OK : E_OUTOFMEMORY;
     }
-    if (typeWord_ == L"address") {
-        if (!ParseAddress(text_, out.ulVal)) {
+    if (m_typeWord == L"address") {
+        if (!ParseAddress(m_text, out.ulVal))
             return DISP_E_TYPEMISMATCH;
-        }
         out.vt = VT_UI4;
         return S_OK;
     }
-    if (typeWord_ == L"nullbstr" || typeWord_ == L"unknown") {
-        out.vt = typeWord_ == L"unknown" ? VT_UNKNOWN : VT_BSTR;
+    if (m_typeWord == L"nullbstr" || m_typeWord == L"unknown") {
+        out.vt = m_typeWord == L"unknown" ? VT_UNKNOWN : VT_BSTR;
         out.punkVal = nullptr;
         return S_OK;
     }
-    if (typeWord_ == L"empty" || typeWord_ == L"null") {
-        out.vt = typeWord_ == L"null" ? VT_NULL : VT_EMPTY;
+    if (m_typeWord == L"empty" || m_typeWord == L"null") {
+        out.vt = m_typeWord == L"null" ? VT_NULL : VT_EMPTY;
         return S_OK;
     }
     for (const auto& row : kConverted) {
-        if (typeWord_ == row.word) {
+        if (m_typeWord == row.word) {
             OwnedVariant text;
-            const HRESULT hr = TypedText(text_).MakeVariant(text);
+            const HRESULT hr = TypedText(m_text).MakeVariant(text);
             return FAILED(hr) ? hr
                               : ::VariantChangeTypeEx(&out, const_cast<VARIANT*>(&text.get()),
                                                       kUnitedStates, 0, row.type);
@@ -86,9 +83,8 @@ std::string Describe(const VARIANT& value) {
         case VT_I4:
             return "i4 " + std::to_string(value.lVal);
         case VT_ARRAY | VT_VARIANT:
-            if (value.parray && ::SafeArrayGetDim(value.parray) == 1) {
+            if (value.parray && ::SafeArrayGetDim(value.parray) == 1)
                 return "array of " + std::to_string(value.parray->rgsabound[0].cElements);
-            }
             break;
         default:
             break;

@@ -13,26 +13,26 @@ namespace lab {
 /// Owns a VARIANT and clears it.
 class OwnedVariant {
 public:
-    OwnedVariant() { ::VariantInit(&value_); }
-    ~OwnedVariant() { ::VariantClear(&value_); }
+    OwnedVariant() { ::VariantInit(&m_value); }
+    ~OwnedVariant() { ::VariantClear(&m_value); }
     OwnedVariant(const OwnedVariant&) = delete;
     OwnedVariant& operator=(const OwnedVariant&) = delete;
 
-    const VARIANT& get() const { return value_; }
+    const VARIANT& get() const { return m_value; }
     /// The address for an out argument, after clearing.
     VARIANT* Receive() {
-        ::VariantClear(&value_);
-        return &value_;
+        ::VariantClear(&m_value);
+        return &m_value;
     }
     /// Gives the content away; this object is empty afterwards.
     VARIANT Detach() {
-        const VARIANT value = value_;
-        ::VariantInit(&value_);
+        const VARIANT value = m_value;
+        ::VariantInit(&m_value);
         return value;
     }
 
 private:
-    VARIANT value_;
+    VARIANT m_value;
 };
 
 /// Words: bstr (the default), ui4, i4, i2, r8, bool, date: the text converted to that type by
@@ -41,24 +41,24 @@ private:
 class TypedText {
 public:
     TypedText() = default;
-    explicit TypedText(std::wstring text) : text_(std::move(text)) {}
+    explicit TypedText(std::wstring text) : m_text(std::move(text)) {}
     TypedText(std::wstring text, std::wstring typeWord)
-        : text_(std::move(text)), typeWord_(std::move(typeWord)) {}
+        : m_text(std::move(text)), m_typeWord(std::move(typeWord)) {}
 
-    const std::wstring& Text() const { return text_; }
+    const std::wstring& Text() const { return m_text; }
     /// Empty for bstr.
-    const std::wstring& TypeWord() const { return typeWord_; }
+    const std::wstring& TypeWord() const { return m_typeWord; }
 
     /// Makes the value; `value` is left empty on failure, which an unknown word is, too.
     HRESULT MakeVariant(OwnedVariant& value) const;
 
     bool operator==(const TypedText& other) const {
-        return text_ == other.text_ && typeWord_ == other.typeWord_;
+        return m_text == other.m_text && m_typeWord == other.m_typeWord;
     }
 
 private:
-    std::wstring text_;
-    std::wstring typeWord_;
+    std::wstring m_text;
+    std::wstring m_typeWord;
 };
 
 /// One line for the journal: the type and the content, such as bstr "PC-1", ui4 5, array of 14.

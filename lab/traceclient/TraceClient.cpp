@@ -17,91 +17,86 @@ namespace {
 class TraceClient {
 public:
     void* Register(HMODULE module, const char* path, const char* text1, const char* text2) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (!module || !path || !text1 || !text2) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!module || !path || !text1 || !text2)
             Misuse("DTRegisterModule with a null argument");
-        }
-        if (isRegistered_) {
+        if (m_isRegistered)
             Misuse("DTRegisterModule while registered");
-        }
-        isRegistered_ = !failsToRegister_;
+        m_isRegistered = !m_failsToRegister;
         // The folder differs from machine to machine; the name is what can be compared.
         const std::string whole = path ? path : "";
-        trace_.AppendLine("register|" + lab::Escape(whole.substr(whole.find_last_of("\\/") + 1)) +
-                          "|" + lab::Quoted(text1) + "|" + lab::Quoted(text2) +
-                          (isRegistered_ ? "" : "|refused"));
-        return isRegistered_ ? this : nullptr;
+        m_trace.AppendLine("register|" + lab::Escape(whole.substr(whole.find_last_of("\\/") + 1)) +
+                           "|" + lab::Quoted(text1) + "|" + lab::Quoted(text2) +
+                           (m_isRegistered ? "" : "|refused"));
+        return m_isRegistered ? this : nullptr;
     }
 
     void Unregister(const void* registration) {
-        const std::lock_guard<std::mutex> lock(mutex_);
+        const std::lock_guard<std::mutex> lock(m_mutex);
         if (Knows(registration, "DTUnregisterModule")) {
-            isRegistered_ = false;
-            trace_.AppendLine("unregister");
+            m_isRegistered = false;
+            m_trace.AppendLine("unregister");
         }
     }
 
     /// `content` is already fit for a line.
-    void Trace(const char* entry, const void* registration, const char* file, uint32_t line,
-               const char* function, uint32_t level, bool isComplete, const std::string& content) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (!Knows(registration, entry)) {
+    void Trace(const char* entry, const void* registration, const char* file, std::uint32_t line,
+               const char* function, std::uint32_t level, bool isComplete,
+               const std::string& content) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!Knows(registration, entry))
             return;
-        }
         if (!file || !function || !isComplete) {
             Misuse(std::string(entry) + " with a null argument");
             return;
         }
-        trace_.AppendLine(std::to_string(level) + "|" + lab::Escape(std::string_view(file)) + "|" +
-                          lab::Escape(std::string_view(function)) + "|" + std::to_string(line) +
-                          "|" + content);
+        m_trace.AppendLine(std::to_string(level) + "|" + lab::Escape(std::string_view(file)) + "|" +
+                           lab::Escape(std::string_view(function)) + "|" + std::to_string(line) +
+                           "|" + content);
     }
 
-    uint32_t Filter(const void* registration) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (!Knows(registration, "DTGetFilter")) {
+    std::uint32_t Filter(const void* registration) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!Knows(registration, "DTGetFilter"))
             return 0;
-        }
-        if (countsFilterCalls_) {
-            trace_.AppendLine("filter");
-        }
-        return mask_;
+        if (m_countsFilterCalls)
+            m_trace.AppendLine("filter");
+        return m_mask;
     }
 
     void Misuse(const std::string& what) {
         lab::JournalMisuse("trace " + what);
-        trace_.AppendLine("MISUSE " + what);
+        m_trace.AppendLine("MISUSE " + what);
     }
 
     /// Called when the DLL leaves; no lock, other threads are gone.
     void Leave() {
-        if (isRegistered_) {
+        if (m_isRegistered)
             Misuse("module left registered");
-        }
     }
 
 private:
     bool Knows(const void* registration, const char* entry) {
-        const bool isKnown = isRegistered_ && registration == this;
+        const bool isKnown = m_isRegistered && registration == this;
         if (!isKnown) {
             Misuse(std::string(entry) +
-                   (isRegistered_ ? " with an unknown registration" : " without a registration"));
+                   (m_isRegistered ? " with an unknown registration" : " without a registration"));
         }
         return isKnown;
     }
 
-    static uint32_t MaskFromEnvironment() {
+    static std::uint32_t MaskFromEnvironment() {
         const std::wstring text = lab::EnvironmentText(L"DHCPLAB_TRACE_MASK");
         return text.empty() ? 0xFFFFFFFF
-                            : static_cast<uint32_t>(std::wcstoul(text.c_str(), nullptr, 0));
+                            : static_cast<std::uint32_t>(std::wcstoul(text.c_str(), nullptr, 0));
     }
 
-    const lab::AppendFile trace_{lab::EnvironmentText(L"DHCPLAB_TRACE")};
-    const uint32_t mask_ = MaskFromEnvironment();
-    const bool failsToRegister_ = lab::EnvironmentText(L"DHCPLAB_TRACE_FAIL") == L"register";
-    const bool countsFilterCalls_ = lab::EnvironmentText(L"DHCPLAB_TRACE_COUNT") == L"1";
-    std::mutex mutex_;
-    bool isRegistered_ = false;
+    const lab::AppendFile m_trace{lab::EnvironmentText(L"DHCPLAB_TRACE")};
+    const std::uint32_t m_mask = MaskFromEnvironment();
+    const bool m_failsToRegister = lab::EnvironmentText(L"DHCPLAB_TRACE_FAIL") == L"register";
+    const bool m_countsFilterCalls = lab::EnvironmentText(L"DHCPLAB_TRACE_COUNT") == L"1";
+    std::mutex m_mutex;
+    bool m_isRegistered = false;
 };
 
 TraceClient& Client() {
@@ -109,10 +104,10 @@ TraceClient& Client() {
     return client;
 }
 
-std::string HexBytes(const unsigned char* bytes, uint32_t length) {
+std::string HexBytes(const unsigned char* bytes, std::uint32_t length) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string out;
-    for (uint32_t i = 0; bytes && i < length; ++i) {
+    for (std::uint32_t i = 0; bytes && i < length; ++i) {
         out += kDigits[bytes[i] >> 4];
         out += kDigits[bytes[i] & 0xF];
     }
@@ -131,20 +126,21 @@ void DTUnregisterModule(void* registration) {
     Client().Unregister(registration);
 }
 
-void DTTraceStr(void* registration, const char* file, uint32_t line, const char* function,
-                uint32_t level, uint32_t, uint32_t, const char* text) {
+void DTTraceStr(void* registration, const char* file, std::uint32_t line, const char* function,
+                std::uint32_t level, std::uint32_t, std::uint32_t, const char* text) {
     Client().Trace("DTTraceStr", registration, file, line, function, level, text != nullptr,
                    text ? lab::Escape(std::string_view(text)) : std::string());
 }
 
-void DTTraceBuffer(void* registration, const char* file, uint32_t line, const char* function,
-                   uint32_t level, uint32_t, uint32_t, const void* buffer, uint32_t length) {
+void DTTraceBuffer(void* registration, const char* file, std::uint32_t line, const char* function,
+                   std::uint32_t level, std::uint32_t, std::uint32_t, const void* buffer,
+                   std::uint32_t length) {
     Client().Trace("DTTraceBuffer", registration, file, line, function, level, buffer != nullptr,
                    "buffer " + std::to_string(length) + " " +
                        HexBytes(static_cast<const unsigned char*>(buffer), length));
 }
 
-uint32_t DTGetFilter(void* registration) {
+std::uint32_t DTGetFilter(void* registration) {
     return Client().Filter(registration);
 }
 
@@ -159,8 +155,7 @@ void DTPersistence() {
 }  // extern "C"
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {
-    if (reason == DLL_PROCESS_DETACH) {
+    if (reason == DLL_PROCESS_DETACH)
         Client().Leave();
-    }
     return TRUE;
 }

@@ -25,5 +25,6 @@ std::vector<std::string> SplitCsvFields(const std::string& line) {
 }
 
 void TrimCsvField(std::string& field) {
-    boost::algorithm::trim_if(field, [](char c) { return c == ' ' || c == '\t'; });
+    boost::algorithm::trim_if(
+        field, [](char c) { return c == ' ' || c == '\t'; });
 }

@@ -1,9 +1,9 @@
 #include "clients/MACUpdateImpl.h"
 
 #include "diagtools/HResultCheck.h"
-#include "driver/FormatText.h"
-#include "driver/OutputMsg.h"
-#include "driver/ResultTexts.h"
+#include "driver/output/FormatText.h"
+#include "driver/output/OutputMsg.h"
+#include "driver/output/ResultTexts.h"
 
 namespace {
 

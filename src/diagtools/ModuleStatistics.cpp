@@ -31,10 +31,9 @@ void CModuleStatistics::CountTraceLine(std::uint32_t level) {
         ++errorLines;
     if (!ownSlot)
         return;
-    for (std::size_t bit = 0; level != 0; ++bit, level >>= 1) {
+    for (std::size_t bit = 0; level != 0; ++bit, level >>= 1)
         if ((level & 1) != 0)
             ++ownSlot->traceLines[bit];
-    }
 }
 
 std::uint32_t CModuleStatistics::ErrorLines() {

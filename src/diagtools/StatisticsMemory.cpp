@@ -112,10 +112,9 @@ StatisticsSlot* CStatisticsMemory::Claim(const std::string& moduleName, std::uin
         return nullptr;
     // A slot never used has start time 0, so it comes before all that were.
     StatisticsSlot* claimed = nullptr;
-    for (StatisticsSlot& slot : m_memory->slots) {
+    for (StatisticsSlot& slot : m_memory->slots)
         if (!IsRunning(slot) && (!claimed || slot.startTime < claimed->startTime))
             claimed = &slot;
-    }
     if (!claimed)
         return nullptr;
     claimed->processId = 0;

@@ -6,8 +6,8 @@
 #include "dhcpserver/AddressRange.h"
 #include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
-#include "driver/FormatText.h"
-#include "driver/OutputMsg.h"
+#include "driver/output/FormatText.h"
+#include "driver/output/OutputMsg.h"
 #include "store/IPAddressString.h"
 
 namespace {

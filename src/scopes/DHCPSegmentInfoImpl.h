@@ -9,7 +9,7 @@
 
 #include "dhcpserver/DHCPClient.h"
 #include "dhcpserver/Lease.h"
-#include "driver/OutputMsg.h"
+#include "driver/output/OutputMsg.h"
 #include "netsh/NetshCommands.h"
 #include "scopes/IpConf.h"
 #include "store/StorageAccess.h"

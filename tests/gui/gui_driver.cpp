@@ -31,9 +31,8 @@ constexpr auto kPollInterval = std::chrono::milliseconds(10);
 bool WaitUntil(const std::function<bool()>& condition) {
     const auto end = std::chrono::steady_clock::now() + kPatience;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
+        if (std::chrono::steady_clock::now() > end)
             return false;
-        }
         std::this_thread::sleep_for(kPollInterval);
     }
     return true;
@@ -45,9 +44,8 @@ std::string ReadQuoted(std::istream& line) {
     char c = 0;
     line >> c;
     while (line.get(c) && c != '"') {
-        if (c == '\\' && line.get(c)) {
+        if (c == '\\' && line.get(c))
             c = c == 'n' ? '\n' : c == 't' ? '\t' : c;
-        }
         text += c;
     }
     return text;
@@ -101,11 +99,9 @@ std::vector<HWND> ControlsOf(HWND window) {
 
 /// The class decides too: the common file dialogs use an id more than once.
 HWND FindControl(HWND window, int id, const char* className) {
-    for (HWND control : ControlsOf(window)) {
-        if (::GetDlgCtrlID(control) == id && ClassOf(control) == className) {
+    for (HWND control : ControlsOf(window))
+        if (::GetDlgCtrlID(control) == id && ClassOf(control) == className)
             return control;
-        }
-    }
     return nullptr;
 }
 
@@ -177,12 +173,10 @@ bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
         HWND edit = ::FindWindowExA(window, nullptr, "Edit", nullptr);
         return edit && ::PostMessageA(edit, WM_KEYDOWN, VK_ESCAPE, 0);
     }
-    if (step == "close") {
+    if (step == "close")
         return ::PostMessageA(window, WM_CLOSE, 0, 0);
-    }
-    if (step == "gone") {
+    if (step == "gone")
         return WaitUntil([&] { return !::IsWindow(window); });
-    }
     return false;
 }
 
@@ -198,9 +192,8 @@ int main(int argc, char** argv) {
     for (std::string line; std::getline(script, line);) {
         std::istringstream arguments(line);
         std::string step;
-        if (!(arguments >> step) || step[0] == '#') {
+        if (!(arguments >> step) || step[0] == '#')
             continue;
-        }
         std::cout << line << '\n';
         if (!RunStep(step, arguments, window)) {
             std::cout << "  cannot be done\n";

@@ -35,9 +35,8 @@ TEST(LabAdapters, TheSizeIsAskedFirstAndTheRecordsCarryAllAddresses) {
     std::string text;
     for (const IP_ADAPTER_INFO* a = room.data(); a; a = a->Next) {
         text += a->AdapterName + std::string("|") + a->Description;
-        for (const IP_ADDR_STRING* i = &a->IpAddressList; i; i = i->Next) {
+        for (const IP_ADDR_STRING* i = &a->IpAddressList; i; i = i->Next)
             text += std::string(" ") + i->IpAddress.String + "/" + i->IpMask.String;
-        }
         text += ";";
     }
     EXPECT_EQ(text,

@@ -19,7 +19,7 @@ class Server {
 public:
     explicit Server(const char* json) {
         ApplyJson(json, state);
-        ApplyJson(json, mirror_);
+        ApplyJson(json, m_mirror);
         state.ForgetTouched();
     }
     /// A line in the first column begins a call. Those below it hold an answer, the arguments
@@ -40,7 +40,7 @@ public:
             for (std::string arguments; std::getline(calls, arguments, ';');) {
                 arguments.insert(0, command + ' ');
                 EXPECT_EQ(Answer(arguments), answer) << arguments;
-                ApplyJson(ChangeLine(state), mirror_);
+                ApplyJson(ChangeLine(state), m_mirror);
                 state.ForgetTouched();
             }
         }
@@ -49,7 +49,7 @@ public:
         ServerState expected;
         ApplyJson(json, expected);
         EXPECT_EQ(SnapshotText(state), SnapshotText(expected));
-        EXPECT_EQ(SnapshotText(mirror_), SnapshotText(expected)) << "by the changes alone";
+        EXPECT_EQ(SnapshotText(m_mirror), SnapshotText(expected)) << "by the changes alone";
     }
 
     ServerState state;
@@ -62,9 +62,8 @@ private:
         std::string kind;
         text >> kind;
         std::vector<std::wstring> words;
-        for (std::string word; text >> std::quoted(word, '\'');) {
+        for (std::string word; text >> std::quoted(word, '\'');)
             words.push_back(FromUtf8(word));
-        }
         ServerRules rules(state, settings, [] { return 1000; });
         if (kind == "netsh") {
             const auto command = NetshCommand::Parse(words);
@@ -85,7 +84,7 @@ private:
         return std::to_string(rules.CreateClient(words[3].c_str(), info));
     }
 
-    ServerState mirror_;  // knows only what the calls said they changed
+    ServerState m_mirror;  // knows only what the calls said they changed
 };
 
 TEST(LabDhcpRules, ScopesAndWhatIsInThem) {
@@ -230,9 +229,8 @@ TEST(LabDhcpState, WhatNoServerCanHoldIsRefused) {
           R"({"scopes":{"9.1.0.0":{"mask":"255.255.0.0"}}})",
           R"({"clients":{"10.0.0.5":{"mac":"01"}}})",
           R"({"clients":{"9.0.0.5":{"mac":"01","uniqueId":"000000090102"}}})",
-          R"({"server":{"options":{"3":[{"Ip":"1.1.1.1"}]}}})"}) {
+          R"({"server":{"options":{"3":[{"Ip":"1.1.1.1"}]}}})"})
         EXPECT_THROW(ApplyJson(refused, state), std::runtime_error) << refused;
-    }
 }
 
 }  // namespace

@@ -37,15 +37,12 @@ TEST(LabDhcpServer, EveryBlockIsFreedByItself) {
     BYTE* const hardware = client->ClientHardwareAddress.Data;
     WCHAR* const texts[] = {info->SubnetName, client->ClientName, client->OwnerHost.NetBiosName};
     auto* const free = dll.Get<DhcpRpcFreeMemoryFn>("DhcpRpcFreeMemory");
-    for (void* const block : std::initializer_list<void*>{array->Clients, array, client, info}) {
+    for (void* const block : std::initializer_list<void*>{array->Clients, array, client, info})
         free(block);
-    }
     EXPECT_EQ(hardware[1], 0x0B) << "lives on, as all that a block points to";
     EXPECT_EQ(texts[0] + std::wstring(texts[1]) + texts[2], L"PCGW");
-    for (void* const block :
-         std::initializer_list<void*>{texts[0], hardware, nullptr, info, &info}) {
+    for (void* const block : std::initializer_list<void*>{texts[0], hardware, nullptr, info, &info})
         free(block);
-    }
     dll.Unload();
     const std::string unknown = "DhcpRpcFreeMemory: no block of this server, or freed before\n";
     EXPECT_EQ(folder.Misuses(), unknown + unknown + "blocks not freed: 2\n");
@@ -64,7 +61,7 @@ TEST(LabDhcpServer, FaultsComeBeforeTheStateAndMisuseIsJournalled) {
     EXPECT_EQ(dll.Get<DhcpEnumSubnetClientsV4Fn>("DhcpEnumSubnetClientsV4")(
                   kServer, kScope, &numbers[0], 1, &array, &numbers[1], &numbers[2]),
               1722u);
-    EXPECT_EQ(reinterpret_cast<size_t>(array) + numbers[0] + numbers[1] + numbers[2], 25u);
+    EXPECT_EQ(reinterpret_cast<std::size_t>(array) + numbers[0] + numbers[1] + numbers[2], 25u);
     WriteAll(folder / L"s", "{}");
     DHCP_IP_RESERVATION_V4 reservation{kScope + 5, nullptr, 4};
     DHCP_SUBNET_ELEMENT_DATA_V4 element{DhcpReservedIps, {}};
@@ -86,9 +83,8 @@ DhcpRemoveSubnetElementV4: null server
 std::string Content(StateFile& file) {
     std::string text;
     file.Run([&text](lab::ServerState& state) -> DWORD {
-        for (const auto& [id, scope] : state.Scopes()) {
+        for (const auto& [id, scope] : state.Scopes())
             text += lab::Dotted(id) + ":" + std::to_string(scope.exclusions.size()) + " ";
-        }
         return 0;
     });
     return text;

@@ -29,33 +29,32 @@ public:
     // Process ids come back, so a test that was killed may have left a folder of this name.
     Folder() {
         Remove();
-        ::CreateDirectoryW(path_.c_str(), nullptr);
+        ::CreateDirectoryW(m_path.c_str(), nullptr);
     }
     ~Folder() { Remove(); }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
-    std::wstring operator/(const wchar_t* name) const { return path_ + name; }
+    std::wstring operator/(const wchar_t* name) const { return m_path + name; }
 
     /// The misuses that the journal tells of, a line each.
     std::string Misuses() const {
-        std::istringstream journal(ReadAll(path_ + L"j"));
+        std::istringstream journal(ReadAll(m_path + L"j"));
         std::string found;
-        for (std::string line; std::getline(journal, line);) {
+        for (std::string line; std::getline(journal, line);)
             found += line.rfind("MISUSE ", 0) == 0 ? line.substr(7) + "\n" : "";
-        }
         return found;
     }
 
 private:
     void Remove() const {
         std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+        std::filesystem::remove_all(m_path, ignored);
     }
 
-    static inline int number_ = 0;
-    const std::wstring path_ = std::filesystem::temp_directory_path().wstring() + L"\\lab" +
-                               std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                               std::to_wstring(++number_) + L"\\";
+    static inline int m_number = 0;
+    const std::wstring m_path = std::filesystem::temp_directory_path().wstring() + L"\\lab" +
+                                std::to_wstring(::GetCurrentProcessId()) + L"-" +
+                                std::to_wstring(++m_number) + L"\\";
 };
 
 /// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults), t(race),
@@ -64,39 +63,37 @@ class Library {
 public:
     Library(const wchar_t* dll, const Folder& folder,
             std::map<std::wstring, std::wstring> settings = {})
-        : settings_(std::move(settings)) {
-        settings_.insert({{L"JOURNAL", folder / L"j"},
-                          {L"SERVER_STATE", folder / L"s"},
-                          {L"FAULTS", folder / L"f"},
-                          {L"TRACE", folder / L"t"},
-                          {L"ADAPTERS", folder / L"a"}});
-        for (const auto& [name, value] : settings_) {
+        : m_settings(std::move(settings)) {
+        m_settings.insert({{L"JOURNAL", folder / L"j"},
+                           {L"SERVER_STATE", folder / L"s"},
+                           {L"FAULTS", folder / L"f"},
+                           {L"TRACE", folder / L"t"},
+                           {L"ADAPTERS", folder / L"a"}});
+        for (const auto& [name, value] : m_settings)
             ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), value.c_str());
-        }
-        module_.reset(::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str()));
+        m_module.reset(::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str()));
     }
     ~Library() {
-        for (const auto& [name, value] : settings_) {
+        for (const auto& [name, value] : m_settings)
             ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), nullptr);
-        }
     }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
     /// The exported function, or null.
     template <class Function>
     Function* Get(const char* name) const {
-        return module_ ? reinterpret_cast<Function*>(
-                             reinterpret_cast<void*>(::GetProcAddress(module_.get(), name)))
-                       : nullptr;
+        return m_module ? reinterpret_cast<Function*>(
+                              reinterpret_cast<void*>(::GetProcAddress(m_module.get(), name)))
+                        : nullptr;
     }
-    void Unload() { module_.reset(); }
+    void Unload() { m_module.reset(); }
 
 private:
     struct Free {
         void operator()(HMODULE module) const noexcept { ::FreeLibrary(module); }
     };
-    std::map<std::wstring, std::wstring> settings_;
-    std::unique_ptr<std::remove_pointer_t<HMODULE>, Free> module_;
+    std::map<std::wstring, std::wstring> m_settings;
+    std::unique_ptr<std::remove_pointer_t<HMODULE>, Free> m_module;
 };
 
 }  // namespace lab_test

@@ -30,47 +30,44 @@ class LabStorage : public testing::Test {
 protected:
     /// Initializes the store, or a new one, with this file unless it is empty.
     HRESULT Open(const std::string& file = {}) {
-        if (!file.empty()) {
-            WriteAll(path_, file);
-        }
-        const HRESULT hr = store_ ? S_OK : Create();
-        return FAILED(hr) ? hr : store_->Initialize(Text(path_));
+        if (!file.empty())
+            WriteAll(m_path, file);
+        const HRESULT hr = m_store ? S_OK : Create();
+        return FAILED(hr) ? hr : m_store->Initialize(Text(m_path));
     }
     HRESULT Create() {
-        if (!dll_) {
-            dll_ = std::make_unique<Library>(L"zakstorage.dll", folder_);
-        }
+        if (!m_dll)
+            m_dll = std::make_unique<Library>(L"zakstorage.dll", m_folder);
         IClassFactory* factory = nullptr;
-        dll_->Get<HRESULT WINAPI(REFCLSID, REFIID, IClassFactory**)>("DllGetClassObject")(
+        m_dll->Get<HRESULT WINAPI(REFCLSID, REFIID, IClassFactory**)>("DllGetClassObject")(
             CLSID_LabZakStorageDB, IID_IClassFactory, &factory);
         void* made = nullptr;
         const HRESULT hr = factory->CreateInstance(nullptr, IID_IZakStorageDB, &made);
         factory->Release();
-        store_ = static_cast<IZakStorageDB*>(made);
+        m_store = static_cast<IZakStorageDB*>(made);
         return hr;
     }
-    void Release() { std::exchange(store_, nullptr)->Release(); }
+    void Release() { std::exchange(m_store, nullptr)->Release(); }
     HRESULT Put(const std::wstring& entry, const std::wstring& name, const std::wstring& text) {
-        return store_->put_Value(kPublic, 0, Text(L"S"), Text(entry), Text(name), Text(text));
+        return m_store->put_Value(kPublic, 0, Text(L"S"), Text(entry), Text(name), Text(text));
     }
     /// The value's text, behind its type when it is no text.
     std::wstring Get(const std::wstring& entry, const std::wstring& name) {
         OwnedVariant value, text;
         HRESULT hr =
-            store_->get_Value(kPublic, 0, Text(L"S"), Text(entry), Text(name), value.Receive());
+            m_store->get_Value(kPublic, 0, Text(L"S"), Text(entry), Text(name), value.Receive());
         VARIANT source = value.get();
         if (FAILED(hr) || FAILED(::VariantChangeTypeEx(text.Receive(), &source, 0x409,
-                                                       VARIANT_ALPHABOOL, VT_BSTR))) {
+                                                       VARIANT_ALPHABOOL, VT_BSTR)))
             return hr == HRESULT(0x80070490) ? L"(none)" : L"(error)";
-        }
         return (source.vt == VT_BSTR ? L"" : std::to_wstring(source.vt) + L":") +
                std::wstring(text.get().bstrVal, ::SysStringLen(text.get().bstrVal));
     }
 
-    const Folder folder_;
-    const std::wstring path_ = folder_ / L"x";
-    std::unique_ptr<Library> dll_;
-    IZakStorageDB* store_ = nullptr;
+    const Folder m_folder;
+    const std::wstring m_path = m_folder / L"x";
+    std::unique_ptr<Library> m_dll;
+    IZakStorageDB* m_store = nullptr;
 };
 
 TEST_F(LabStorage, TextsAndTypesSurviveTheFile) {
@@ -83,19 +80,17 @@ TEST_F(LabStorage, TextsAndTypesSurviveTheFile) {
         <value name="b" type="bool" text="true"/><value name="d" type="date" text="3/4/2020"/>
         <value name="a" type="address" text="10.1.0.255"/></entry></section></store>)"),
               S_OK);
-    for (const std::wstring& text : texts) {
+    for (const std::wstring& text : texts)
         EXPECT_EQ(Put(L"t" + text, L"name " + text, text), S_OK);
-    }
-    ASSERT_EQ(store_->Uninitialize(), S_OK);
+    ASSERT_EQ(m_store->Uninitialize(), S_OK);
     ASSERT_EQ(Open(), S_OK);
-    for (const std::wstring& text : texts) {
+    for (const std::wstring& text : texts)
         EXPECT_EQ(Get(L"t" + text, L"NAME " + text), text);
-    }
     EXPECT_EQ(Get(L"e", L"X"), L"2:7") << "the later of two";
     EXPECT_EQ(Get(L"e", L"r") + L" " + Get(L"e", L"b"), L"5:1.5 11:True");
     EXPECT_EQ(Get(L"e", L"d") + L" " + Get(L"e", L"a"), L"7:3/4/2020 19:167837951");
     EXPECT_EQ(Get(L"E", L"X") + Get(L"e", L"Y"), L"(none)(none)");
-    EXPECT_EQ(store_->Uninitialize(), S_OK);
+    EXPECT_EQ(m_store->Uninitialize(), S_OK);
     Release();
 }
 
@@ -118,7 +113,7 @@ TEST_F(LabStorage, AFileThatIsNoStoreIsRefusedAsAWhole) {
         EXPECT_EQ(Get(L"e", L"n"), L"(error)");
     }
     Release();
-    EXPECT_EQ(folder_.Misuses(), "") << "a caller may go on after a failure to open";
+    EXPECT_EQ(m_folder.Misuses(), "") << "a caller may go on after a failure to open";
 }
 
 TEST_F(LabStorage, TheFileIsReplacedAtTheEndAndOnlyWhenSomethingChanged) {
@@ -135,13 +130,13 @@ TEST_F(LabStorage, TheFileIsReplacedAtTheEndAndOnlyWhenSomethingChanged) {
     for (const auto& row : rows) {
         ASSERT_EQ(Open(old), S_OK);
         for (const wchar_t* const text : {row.firstPut, L"10.1.0.1"}) {
-            store_->put_Value(kPublic, 0, Text(L"Segments"), Text(L"10.1.0.0"), Text(L"ADDRESS"),
-                              Text(text));
+            m_store->put_Value(kPublic, 0, Text(L"Segments"), Text(L"10.1.0.0"), Text(L"ADDRESS"),
+                               Text(text));
         }
-        EXPECT_EQ(ReadAll(path_), old) << "what a killed process would leave";
-        std::ifstream reader(std::filesystem::path(row.isRead ? path_ : L"none"));
-        EXPECT_EQ(store_->Uninitialize(), row.expected);
-        EXPECT_EQ(ReadAll(path_), row.left);
+        EXPECT_EQ(ReadAll(m_path), old) << "what a killed process would leave";
+        std::ifstream reader(std::filesystem::path(row.isRead ? m_path : L"none"));
+        EXPECT_EQ(m_store->Uninitialize(), row.expected);
+        EXPECT_EQ(ReadAll(m_path), row.left);
     }
     Release();
 }
@@ -155,28 +150,28 @@ TEST_F(LabStorage, MisuseIsJournalled) {
     ASSERT_EQ(Create(), S_OK);
     EXPECT_EQ(Get(L"e", L"n"), L"(error)");
     ASSERT_EQ(Open("<store/>"), S_OK);
-    EXPECT_EQ(store_->put_Value(kPublic, 0, s, e, n, *number), E_INVALIDARG);
-    EXPECT_EQ(store_->put_Value(kPublic, 0, s, e, nullptr, n), E_INVALIDARG);
+    EXPECT_EQ(m_store->put_Value(kPublic, 0, s, e, n, *number), E_INVALIDARG);
+    EXPECT_EQ(m_store->put_Value(kPublic, 0, s, e, nullptr, n), E_INVALIDARG);
     EXPECT_EQ(Put(L"e", L"n", L"t"), S_OK);
-    EXPECT_EQ(store_->get_Value(E_ZAKSTORAGE_VISIBILITY(0), 0, s, e, n, out), E_INVALIDARG);
-    EXPECT_EQ(store_->get_Value(kPublic, 1, s, e, n, out), E_INVALIDARG);
-    EXPECT_EQ(store_->get_Value(kPublic, 0, s, e, n, nullptr), E_POINTER);
-    EXPECT_EQ(store_->get_Value(kPublic, 0, s, e, n, number), S_OK);
-    EXPECT_EQ(store_->Enumerate(kPublic, 0, s, e, out), E_INVALIDARG);
-    EXPECT_EQ(store_->EnumerateWithValue(kPublic, 0, s, e, n, out), E_INVALIDARG);
+    EXPECT_EQ(m_store->get_Value(E_ZAKSTORAGE_VISIBILITY(0), 0, s, e, n, out), E_INVALIDARG);
+    EXPECT_EQ(m_store->get_Value(kPublic, 1, s, e, n, out), E_INVALIDARG);
+    EXPECT_EQ(m_store->get_Value(kPublic, 0, s, e, n, nullptr), E_POINTER);
+    EXPECT_EQ(m_store->get_Value(kPublic, 0, s, e, n, number), S_OK);
+    EXPECT_EQ(m_store->Enumerate(kPublic, 0, s, e, out), E_INVALIDARG);
+    EXPECT_EQ(m_store->EnumerateWithValue(kPublic, 0, s, e, n, out), E_INVALIDARG);
     EXPECT_EQ(Open(), E_UNEXPECTED);
-    EXPECT_EQ(store_->Unused9(), E_NOTIMPL);
-    EXPECT_EQ(store_->Uninitialize(), S_OK);
+    EXPECT_EQ(m_store->Unused9(), E_NOTIMPL);
+    EXPECT_EQ(m_store->Uninitialize(), S_OK);
     EXPECT_EQ(Get(L"e", L"n"), L"(error)");
     Open();
     EXPECT_EQ(Put(L"e", L"n", L"released"), S_OK);
     Release();
-    EXPECT_NE(ReadAll(path_).find("\"released\""), std::string::npos);
+    EXPECT_NE(ReadAll(m_path).find("\"released\""), std::string::npos);
     Open();
     EXPECT_EQ(Put(L"e", L"n", L"unloaded"), S_OK);
-    dll_.reset();
-    EXPECT_NE(ReadAll(path_).find("\"unloaded\""), std::string::npos);
-    EXPECT_EQ(folder_.Misuses(), R"(store get_Value: before Initialize
+    m_dll.reset();
+    EXPECT_NE(ReadAll(m_path).find("\"unloaded\""), std::string::npos);
+    EXPECT_EQ(m_folder.Misuses(), R"(store get_Value: before Initialize
 store put_Value: value is no text: i4 0
 store put_Value: entry or value name is null
 store get_Value: visibility 0
@@ -195,20 +190,20 @@ store references left: 1
 }
 
 TEST_F(LabStorage, PlannedFaultsAnswerAndTheirCountOutlivesTheDll) {
-    WriteAll(folder_ / L"f",
+    WriteAll(m_folder / L"f",
              "CreateInstance #3 = 0x80040111\nUninitialize #1 = 5\nget_Value #2 = 0x80004005\n"
              "put_Value #2 = 0x8007000E\n");
     ASSERT_EQ(Open("<store/>"), S_OK);
     EXPECT_EQ(Put(L"e", L"n", L"kept"), S_OK);
     EXPECT_EQ(Get(L"e", L"n"), L"kept");
-    EXPECT_EQ(store_->Uninitialize(), HRESULT{5}) << "saved all the same";
+    EXPECT_EQ(m_store->Uninitialize(), HRESULT{5}) << "saved all the same";
     Release();
-    dll_.reset();
+    m_dll.reset();
     ASSERT_EQ(Open(), S_OK);
     EXPECT_EQ(Get(L"e", L"n"), L"(error)");  // the second get_Value of the process
     EXPECT_EQ(Put(L"e", L"n", L"new"), E_OUTOFMEMORY);
     EXPECT_EQ(Get(L"e", L"n"), L"kept");
-    EXPECT_EQ(store_->Uninitialize(), S_OK);
+    EXPECT_EQ(m_store->Uninitialize(), S_OK);
     Release();
     EXPECT_EQ(Open(), HRESULT(0x80040111));
 }

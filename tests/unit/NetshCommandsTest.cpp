@@ -6,7 +6,7 @@
 #include <boost/make_shared.hpp>
 
 #include "TempFile.h"
-#include "driver/OutputMsg.h"
+#include "driver/output/OutputMsg.h"
 
 namespace {
 

@@ -45,10 +45,9 @@ TEST_F(Statistics, SlotsOfEndedProcessesAreReusedOldestFirstAndThoseOfRunningOne
         if (!writer.Claim("new.exe", kOwnId, kOwnStart))
             return -1;
         const auto after = reader.Read();
-        for (std::size_t i = 0; i < kStatisticsSlots; ++i) {
+        for (std::size_t i = 0; i < kStatisticsSlots; ++i)
             if ((*before)[i].name != (*after)[i].name)
                 return static_cast<int>(i);
-        }
         return -2;
     };
     EXPECT_EQ(changedSlot(), 1);

@@ -1,4 +1,4 @@
-#include "driver/OutputMsg.h"
+#include "driver/output/OutputMsg.h"
 
 #include <windows.h>
 
