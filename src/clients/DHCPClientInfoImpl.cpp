@@ -7,9 +7,8 @@
 #include "clients/CsvFile.h"
 #include "dhcpserver/DHCPManager.h"
 #include "diagtools/HResultCheck.h"
-#include "driver/output/FormatText.h"
 #include "driver/output/OutputMsg.h"
-#include "driver/output/ResultTexts.h"
+#include "driver/output/RecordResult.h"
 #include "netsh/NetshCommands.h"
 #include "store/IPAddressString.h"
 #include "store/StoreFields.h"
@@ -52,9 +51,10 @@ std::string FieldText(const CComVariant& value) {
     return value.vt == VT_UI4 ? CIPAddressString(value.ulVal).Text() : value.Narrow();
 }
 
-std::string FormatFields(const char* format, const ClientFields& fields) {
-    return FormatText(format, fields[kName], fields[kAddress], fields[kMask], fields[kDns1],
-                      fields[kDns2], fields[kMac], fields[kLeaseStatus]);
+template <const auto& Text>
+std::string FillFields(const ClientFields& fields) {
+    return FillText<Text>(fields[kName], fields[kAddress], fields[kMask], fields[kDns1],
+                          fields[kDns2], fields[kMac], fields[kLeaseStatus]);
 }
 
 }  // namespace
@@ -106,10 +106,11 @@ HRESULT CDHCPClientInfoImpl::GetDHCPClientInfo(BSTR clientGuid, std::string& lin
                    kClientFields, values);
     RETURN_IF_FAILED_AS(failure.text, failure.hr);
 
-    ClientFields fields;
-    std::transform(std::begin(values), std::end(values), std::back_inserter(fields), FieldText);
-    line = FormatFields(kCsvLine, fields);
-    DisplayThrough(m_output, FormatFields(kClientFound, fields), true);
+    ClientFields fields(kFieldCount);
+    std::transform(std::begin(values), std::end(values), fields.begin(), FieldText);
+    line = FillFields<kCsvLine>(fields);
+    if (IsDetailWanted(m_output))
+        DisplayThrough(m_output, FillFields<kClientFound>(fields), true);
     if (m_netshCommands && fields[kLeaseStatus] == kReserved)
         m_netshCommands->ReservedClientAddressInDHCPScope(fields[kName], fields[kAddress],
                                                           fields[kMask], fields[kMac]);
@@ -134,14 +135,10 @@ HRESULT CDHCPClientInfoImpl::SetDHCPClientInfo(const std::string& line) {
         return E_FAIL;
     }
     std::for_each(fields.begin(), fields.end(), TrimCsvField);
-    const std::string message = FormatFields(kClientToAdd, fields);
-    const DWORD error = AddClientToServer(fields);
-    if (error != ERROR_SUCCESS) {
-        DisplayThrough(m_output, message + FormatText(kRecordFailed, error), false);
-        return E_FAIL;
-    }
-    DisplayThrough(m_output, message + kRecordDone, true);
-    return S_OK;
+    const bool added = ReportRecord(
+        m_output, [&] { return FillFields<kClientToAdd>(fields); },
+        [&] { return AddClientToServer(fields); });
+    return added ? S_OK : E_FAIL;
 }
 
 DWORD CDHCPClientInfoImpl::AddClientToServer(const std::vector<std::string>& fields) {

@@ -19,6 +19,8 @@ public:
     /// The given prefix with a random tail; the thread's sequence is seeded before its first draw.
     void GenerateRandom(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2);
 
+    bool operator<(const CMACAddress& other) const { return m_bytes < other.m_bytes; }
+
 private:
     std::array<std::uint8_t, 6> m_bytes = {};
 };

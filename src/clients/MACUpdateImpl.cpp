@@ -1,9 +1,8 @@
 #include "clients/MACUpdateImpl.h"
 
 #include "diagtools/HResultCheck.h"
-#include "driver/output/FormatText.h"
 #include "driver/output/OutputMsg.h"
-#include "driver/output/ResultTexts.h"
+#include "driver/output/RecordResult.h"
 
 namespace {
 
@@ -43,14 +42,19 @@ HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {
     const std::string storedMac = macAddress.Narrow();
     CMACAddress clientMacAddress;
     clientMacAddress.FromString(storedMac);
-    const std::string message = FormatText(kCheckingMac, clientName.Narrow(), storedMac);
+    const auto checking = [&] { return FillText<kCheckingMac>(clientName.Narrow(), storedMac); };
     if (clientMacAddress.IsPrefixValid()) {
-        DisplayThrough(m_output, message + kRecordDone, true);
+        if (IsDetailWanted(m_output))
+            DisplayThrough(m_output, checking() + kRecordDone, true);
         return S_OK;
     }
     clientMacAddress.SetPrefix(0x00, 0x04, 0x70);
-    const char* const outcome = MakeUnique(clientMacAddress) ? kPrefixInvalid : kDuplicated;
-    DisplayThrough(m_output, message + FormatText(outcome, clientMacAddress.ToString()), false);
+    const bool kept = MakeUnique(clientMacAddress);
+    const std::string changed = clientMacAddress.ToString();
+    DisplayThrough(
+        m_output,
+        checking() + (kept ? FillText<kPrefixInvalid>(changed) : FillText<kDuplicated>(changed)),
+        false);
     RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, clientID,
                                                 MACEntry,
                                                 CComVariant(clientMacAddress.ToString().c_str())));
@@ -59,7 +63,7 @@ HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {
 
 bool CMACUpdateImpl::MakeUnique(CMACAddress& mac) {
     bool kept = true;
-    while (!m_usedMACs.insert(mac.ToString()).second) {
+    while (!m_usedMACs.insert(mac).second) {
         kept = false;
         mac.GenerateRandom(0x00, 0x04, 0x70);
     }

@@ -2,7 +2,6 @@
 
 #include <boost/weak_ptr.hpp>
 #include <set>
-#include <string>
 
 #include "clients/MACAddress.h"
 #include "store/StorageAccess.h"
@@ -28,6 +27,6 @@ public:
     bool MakeUnique(CMACAddress& mac);
 
 private:
-    std::set<std::string> m_usedMACs;
+    std::set<CMACAddress> m_usedMACs;
     boost::weak_ptr<COutputMsg> m_output;
 };

@@ -1,8 +1,6 @@
-// winsock2.h has to come before any windows.h.
-#include <winsock2.h>
-//
 #include "dhcpserver/DHCPManager.h"
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <cstdlib>
 #include <memory>
@@ -20,7 +18,7 @@ constexpr char kTraceFile[] = "DHCPManager";
 
 constexpr ULONGLONG kFileTimeUnitsPerSecond = 10'000'000;
 
-/// Enumeration rounds in a row that may bring nothing new before the server is given up on.
+/// Rounds in a row that may leave the resume handle where it was before the server is given up on.
 constexpr int kMaxIdleRounds = 16;
 
 struct SubnetInfoFree {
@@ -36,6 +34,10 @@ struct ClientArrayFree {
 
 DWORD ToNumber(const std::string& address) {
     return CIPAddressString(address).Number();
+}
+
+DWORD SwapBytes(DWORD number) {
+    return number >> 24 | (number >> 8 & 0xFF00) | (number << 8 & 0xFF0000) | number << 24;
 }
 
 /// A reserved-address element with the records it points to; borrows the hardware address.
@@ -86,7 +88,22 @@ boost::shared_ptr<CDHCPClient> ToClient(const DHCP_CLIENT_INFO_V4& info) {
 
 }  // namespace
 
-CDHCPManager::CDHCPManager(const std::string& serverAddress) : m_serverAddress(serverAddress) {}
+CClientRecord::CClientRecord(const std::string& name, const HardwareAddress& hardwareAddress,
+                             DWORD address, DWORD mask, const std::string& comment,
+                             const DATE_TIME& leaseExpiry)
+    : m_name(name), m_comment(comment), m_hardwareAddress(hardwareAddress) {
+    m_info.ClientIpAddress = address;
+    m_info.SubnetMask = mask;
+    m_info.ClientHardwareAddress = {static_cast<DWORD>(m_hardwareAddress.size()),
+                                    m_hardwareAddress.data()};
+    m_info.ClientName = m_name.Get();
+    m_info.ClientComment = m_comment.Get();
+    m_info.ClientLeaseExpires = leaseExpiry;
+    m_info.bClientType = CLIENT_TYPE_BOTH;
+}
+
+CDHCPManager::CDHCPManager(const std::string& serverAddress)
+    : m_serverAddress(serverAddress), m_wideServerAddress(serverAddress) {}
 
 DWORD CDHCPManager::CreateSubnet(const std::string& scopeName, const std::string& networkId,
                                  const std::string& mask, const std::string& comment) {
@@ -110,7 +127,7 @@ DWORD CDHCPManager::CreateSubnet(const std::string& scopeName, const std::string
     info.PrimaryHost = {ipAddress, wideNetBiosName.Get(), wideHostName.Get()};
     info.SubnetState = DhcpSubnetEnabled;
     DumpSubnetInfo(info);
-    const DWORD error = CDhcpApiLibrary::Instance().CreateSubnet(CWideText(m_serverAddress).Get(),
+    const DWORD error = CDhcpApiLibrary::Instance().CreateSubnet(m_wideServerAddress.Get(),
                                                                  info.SubnetAddress, &info);
     if (error != ERROR_SUCCESS)
         DT_TRACE(DiagTools::kTraceError,
@@ -181,7 +198,7 @@ HRESULT CDHCPManager::GetHostInfo(std::string& hostName, std::string& netBiosNam
                                   DWORD& ipAddress) {
     DHCP_SUBNET_INFO* received = nullptr;
     const DWORD error = CDhcpApiLibrary::Instance().GetSubnetInfo(
-        CWideText(m_serverAddress).Get(), ToNumber(m_serverAddress), &received);
+        m_wideServerAddress.Get(), ToNumber(m_serverAddress), &received);
     const std::unique_ptr<DHCP_SUBNET_INFO, SubnetInfoFree> info(received);
     if (error != ERROR_SUCCESS || !info) {
         DT_TRACE(DiagTools::kTraceError, "Unable to get subnet info for Address [%s], Error [%lu]",
@@ -199,10 +216,10 @@ void CDHCPManager::DumpSubnetInfo(const DHCP_SUBNET_INFO& info) {
     // An absent text goes to the formatter as a null one.
     DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.Hostname [%s]",
              info.PrimaryHost.HostName ? NarrowText(info.PrimaryHost.HostName).c_str() : nullptr);
-    // Octets come out reversed on this line only: the API hands this one address over in network
-    // order, and log readers expect it so.
+    // Swapped on this line only: a server hands this one address over in network order, so the line
+    // reads correctly for what GetHostInfo received.
     DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.IpAddress [%s]",
-             CIPAddressString(static_cast<DWORD>(::ntohl(info.PrimaryHost.IpAddress))).Text());
+             CIPAddressString(SwapBytes(info.PrimaryHost.IpAddress)).Text());
     DT_TRACE(
         DiagTools::kTraceDetail, "PrimaryHost.NetBiosName [%s]",
         info.PrimaryHost.NetBiosName ? NarrowText(info.PrimaryHost.NetBiosName).c_str() : nullptr);
@@ -229,7 +246,7 @@ DWORD CDHCPManager::GetLastAddress(const std::string& networkId, const std::stri
 }
 
 DWORD CDHCPManager::AddElement(DWORD subnet, const DHCP_SUBNET_ELEMENT_DATA_V4& element) {
-    return CDhcpApiLibrary::Instance().AddSubnetElement(CWideText(m_serverAddress).Get(), subnet,
+    return CDhcpApiLibrary::Instance().AddSubnetElement(m_wideServerAddress.Get(), subnet,
                                                         &element);
 }
 
@@ -247,8 +264,8 @@ DWORD CDHCPManager::SetScopeOption(const std::string& networkId, DHCP_OPTION_ID 
     scope.ScopeType = DhcpSubnetOptions;
     scope.ScopeInfo.SubnetScopeInfo = ToNumber(networkId);
     const DHCP_OPTION_DATA data = {1, &value};
-    return CDhcpApiLibrary::Instance().SetOptionValue(CWideText(m_serverAddress).Get(), optionId,
-                                                      &scope, &data);
+    return CDhcpApiLibrary::Instance().SetOptionValue(m_wideServerAddress.Get(), optionId, &scope,
+                                                      &data);
 }
 
 DWORD CDHCPManager::CreateClient(const std::string& name, const std::string& mac,
@@ -259,8 +276,8 @@ DWORD CDHCPManager::CreateClient(const std::string& name, const std::string& mac
              name.c_str(), address.c_str(), mask.c_str(), comment.c_str(), mac.c_str());
     HardwareAddress hardwareAddress;
     ConvertMAC(mac, hardwareAddress);
-    const DWORD error = CreateClientInfo(name, hardwareAddress, ToNumber(address), ToNumber(mask),
-                                         comment, ExpiryFromNow(leaseSeconds));
+    const DWORD error = CreateClientInfo({name, hardwareAddress, ToNumber(address), ToNumber(mask),
+                                          comment, ExpiryFromNow(leaseSeconds)});
     if (error != ERROR_SUCCESS)
         DT_TRACE(DiagTools::kTraceError,
                  "Unable to create client name [%s], Address [%s], Mask [%s], Comment [%s], MAC "
@@ -287,13 +304,10 @@ DWORD CDHCPManager::CreateReservation(const std::string& name, const std::string
     return error;
 }
 
-DWORD CDHCPManager::AddNewReservation(const std::string& name, DWORD address, DWORD mask,
-                                      const HardwareAddress& hardwareAddress,
-                                      const std::string& comment, const DATE_TIME& leaseExpiry,
-                                      DWORD subnet) {
-    DWORD error = CreateClientInfo(name, hardwareAddress, address, mask, comment, leaseExpiry);
+DWORD CDHCPManager::AddNewReservation(const CClientRecord& client, DWORD subnet) {
+    DWORD error = CreateClientInfo(client);
     if (error == ERROR_SUCCESS)
-        error = AddReservationElement(hardwareAddress, address, subnet);
+        error = AddReservationElement(client.Hardware(), client.Info().ClientIpAddress, subnet);
     if (error != ERROR_SUCCESS)
         DT_TRACE(DiagTools::kTraceError, "Unable to set client info due to error [%lu]", error);
     return error;
@@ -304,7 +318,7 @@ DWORD CDHCPManager::RemoveClient(const HardwareAddress& hardwareAddress, DWORD a
     DT_TRACE(DiagTools::kTraceRecord, "Removing [%s]", CIPAddressString(address).Text());
     const ReservedIpElement element(hardwareAddress, address);
     const DWORD error = CDhcpApiLibrary::Instance().RemoveSubnetElement(
-        CWideText(m_serverAddress).Get(), subnet, &element.Get(), DhcpFullForce);
+        m_wideServerAddress.Get(), subnet, &element.Get(), DhcpFullForce);
     if (error != ERROR_SUCCESS)
         DT_TRACE(DiagTools::kTraceError, "Unable to remove reservation due to error [%lu]", error);
     return error;
@@ -313,7 +327,6 @@ DWORD CDHCPManager::RemoveClient(const HardwareAddress& hardwareAddress, DWORD a
 DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientList& clients) {
     const DWORD subnet = ToNumber(networkId);
     DT_TRACE(DiagTools::kTraceDetail, "Getting client information network [%s]", networkId.c_str());
-    const CWideText server(m_serverAddress);
     DHCP_RESUME_HANDLE resume = 0;
     for (int idleRounds = 0;;) {
         const DHCP_RESUME_HANDLE before = resume;
@@ -321,7 +334,8 @@ DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientLis
         DWORD clientsRead = 0;
         DWORD clientsTotal = 0;
         const DWORD error = CDhcpApiLibrary::Instance().EnumSubnetClients(
-            server.Get(), subnet, &resume, 0xFFFFFFFF, &received, &clientsRead, &clientsTotal);
+            m_wideServerAddress.Get(), subnet, &resume, 0xFFFFFFFF, &received, &clientsRead,
+            &clientsTotal);
         const std::unique_ptr<DHCP_CLIENT_INFO_ARRAY_V4, ClientArrayFree> page(received);
         const DWORD elements = page && page->Clients ? page->NumElements : 0;
         DT_TRACE(DiagTools::kTraceRecord,
@@ -334,42 +348,33 @@ DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientLis
                 clients.push_back(ToClient(*page->Clients[i]));
         if (error == ERROR_SUCCESS)
             return error;
-        idleRounds = elements > 0 && resume != before ? 0 : idleRounds + 1;
-        if (idleRounds >= kMaxIdleRounds)
+        // Empty pages are no reason to stop while the handle moves. A handle of 0 is one: the next
+        // call would read the list from its beginning.
+        idleRounds = resume != before ? 0 : idleRounds + 1;
+        if (resume == 0 || idleRounds == kMaxIdleRounds)
             return error;
     }
 }
 
 void CDHCPManager::ConvertMAC(const std::string& mac, HardwareAddress& bytes) {
-    for (std::string::size_type begin = 0;;) {
-        const std::string::size_type end = mac.find('-', begin);
-        // A copy, since strtol would read the separator before the next token as its sign.
-        const std::string token = mac.substr(begin, end - begin);
-        bytes.push_back(static_cast<BYTE>(std::strtol(token.c_str(), nullptr, 16) & 0xFF));
-        if (end == std::string::npos)
+    const char* const textEnd = mac.c_str() + mac.size();
+    for (const char* token = mac.c_str();;) {
+        const char* const end = std::find(token, textEnd, '-');
+        // What was read beyond a token without digits is the next one, with the separator as sign.
+        char* stop = nullptr;
+        const long number = std::strtol(token, &stop, 16);
+        bytes.push_back(static_cast<BYTE>(stop > end ? 0 : number & 0xFF));
+        if (end == textEnd)
             break;
-        begin = end + 1;
+        token = end + 1;
     }
     DT_TRACE_BUFFER(DiagTools::kTraceDetail, bytes.data(), bytes.size());
 }
 
-DWORD CDHCPManager::CreateClientInfo(const std::string& name,
-                                     const HardwareAddress& hardwareAddress, DWORD address,
-                                     DWORD mask, const std::string& comment,
-                                     const DATE_TIME& leaseExpiry) {
-    const CWideText wideName(name);
-    const CWideText wideComment(comment);
-    DHCP_CLIENT_INFO_V4 info = {};
-    info.ClientIpAddress = address;
-    info.SubnetMask = mask;
-    info.ClientHardwareAddress = {static_cast<DWORD>(hardwareAddress.size()),
-                                  const_cast<BYTE*>(hardwareAddress.data())};
-    info.ClientName = wideName.Get();
-    info.ClientComment = wideComment.Get();
-    info.ClientLeaseExpires = leaseExpiry;
+DWORD CDHCPManager::CreateClientInfo(const CClientRecord& client) {
+    DHCP_CLIENT_INFO_V4 info = client.Info();
     info.OwnerHost.IpAddress = ToNumber(m_serverAddress);
-    info.bClientType = CLIENT_TYPE_BOTH;
-    return CDhcpApiLibrary::Instance().CreateClientInfo(CWideText(m_serverAddress).Get(), &info);
+    return CDhcpApiLibrary::Instance().CreateClientInfo(m_wideServerAddress.Get(), &info);
 }
 
 DWORD CDHCPManager::AddReservationElement(const HardwareAddress& hardwareAddress, DWORD address,

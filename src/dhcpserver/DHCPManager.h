@@ -5,6 +5,26 @@
 
 #include "dhcpserver/DHCPClient.h"
 #include "dhcpserver/DhcpApi.h"
+#include "store/TextConversion.h"
+
+/// A client record as the API takes it, owning all that it points to. Throws when a text can't be
+/// converted.
+class CClientRecord {
+public:
+    CClientRecord(const std::string& name, const HardwareAddress& hardwareAddress, DWORD address,
+                  DWORD mask, const std::string& comment, const DATE_TIME& leaseExpiry);
+    CClientRecord(const CClientRecord&) = delete;
+    CClientRecord& operator=(const CClientRecord&) = delete;
+
+    const DHCP_CLIENT_INFO_V4& Info() const { return m_info; }
+    const HardwareAddress& Hardware() const { return m_hardwareAddress; }
+
+private:
+    CWideText m_name;
+    CWideText m_comment;
+    HardwareAddress m_hardwareAddress;
+    DHCP_CLIENT_INFO_V4 m_info = {};
+};
 
 /// The DHCP server at one address, through its management API. Made for one piece of work.
 ///
@@ -13,7 +33,8 @@
 /// once; nothing throws because a call failed.
 class CDHCPManager {
 public:
-    /// serverAddress: dotted address or host name, as the administrator gave it.
+    /// serverAddress: dotted address or host name, as the administrator gave it. Throws when it
+    /// can't be converted for the API.
     explicit CDHCPManager(const std::string& serverAddress);
     virtual ~CDHCPManager() = default;
 
@@ -42,14 +63,13 @@ public:
     /// Reserves the address for the MAC in the scope address AND mask.
     DWORD CreateReservation(const std::string& name, const std::string& mac,
                             const std::string& address, const std::string& mask);
-    /// Client record, then reservation; the record stays when only the reservation fails.
-    DWORD AddNewReservation(const std::string& name, DWORD address, DWORD mask,
-                            const HardwareAddress& hardwareAddress, const std::string& comment,
-                            const DATE_TIME& leaseExpiry, DWORD subnet);
+    /// Client record, then reservation; the record stays when only the reservation fails. Allocates
+    /// nothing, so that what must not fail on our side can be made before: the record.
+    DWORD AddNewReservation(const CClientRecord& client, DWORD subnet);
     /// Removes the reservation; where there is none, the server deletes the lease at the address.
     DWORD RemoveClient(const HardwareAddress& hardwareAddress, DWORD address, DWORD subnet);
     /// Appends every client of the scope, of any type; what was read before a failure stays.
-    /// ERROR_MORE_DATA when the server keeps promising more without making progress.
+    /// ERROR_MORE_DATA when the server promises more but does not go on.
     DWORD GetDynamicClientInfo(const std::string& networkId, ClientList& clients);
     /// Appends one byte per "-"-separated token: the low byte of its hexadecimal number, 00 for a
     /// token that has none, FF for one that exceeds 31 bits. Never fails.
@@ -60,11 +80,10 @@ private:
     DWORD AddRangeElement(DWORD subnet, DHCP_SUBNET_ELEMENT_TYPE type, DHCP_IP_RANGE range);
     DWORD SetScopeOption(const std::string& networkId, DHCP_OPTION_ID optionId,
                          DHCP_OPTION_DATA_ELEMENT value);
-    DWORD CreateClientInfo(const std::string& name, const HardwareAddress& hardwareAddress,
-                           DWORD address, DWORD mask, const std::string& comment,
-                           const DATE_TIME& leaseExpiry);
+    DWORD CreateClientInfo(const CClientRecord& client);
     DWORD AddReservationElement(const HardwareAddress& hardwareAddress, DWORD address,
                                 DWORD subnet);
 
     std::string m_serverAddress;
+    CWideText m_wideServerAddress;
 };

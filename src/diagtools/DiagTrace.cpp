@@ -1,5 +1,7 @@
 #include "diagtools/DiagTrace.h"
 
+#include <iterator>
+
 #include "diagtools/InternalTrace.h"
 #include "diagtools/ModuleStatistics.h"
 
@@ -14,11 +16,75 @@ int LastError() {
     return static_cast<int>(::GetLastError());
 }
 
-template <class Function>
-bool Resolve(HMODULE module, const char* name, Function*& entry) {
-    entry = reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
-    return entry != nullptr;
-}
+// The entries of DTClient.dll as this tool calls them.
+using RegisterModuleFn = void*(HMODULE module, const char* modulePath, const char* text1,
+                               const char* text2);
+using UnregisterModuleFn = void(void* registration);
+using TraceStrFn = void(void* registration, const char* file, std::uint32_t line,
+                        const char* function, std::uint32_t level, std::uint32_t reserved1,
+                        std::uint32_t reserved2, const char* text);
+using TraceBufferFn = void(void* registration, const char* file, std::uint32_t line,
+                           const char* function, std::uint32_t level, std::uint32_t reserved1,
+                           std::uint32_t reserved2, const void* buffer, std::uint32_t bytes);
+using GetFilterFn = std::uint32_t(void* registration);
+
+constexpr const char* kClientEntries[] = {
+    "DTRegisterModule",   "DTTraceStr",    "DTTraceID",   "DTTraceBuffer",
+    "DTUnregisterModule", "DTPersistence", "DTGetFilter",
+};
+
+// What DT.LOG says of an entry that is missing. Kept as released: the entry "DTUnregisterModule" is
+// written "DTUnRegisterModule"; whoever searches old logs finds this spelling.
+constexpr void (*kWriteMissingEntry[])(int error) = {
+    [](int error) {
+        CInternalTrace::Write(
+            "CDiagTrace::CDiagTrace m_pfnRegisterModule = "
+            "(_DIAG_REGISTERMODULE)MyGetProcAddress(m_hModule, \"DTRegisterModule\"); Failed "
+            "GetLastError "
+            "Returned %d\n",
+            error);
+    },
+    [](int error) {
+        CInternalTrace::Write(
+            "CDiagTrace::CDiagTrace m_pfnTraceStr = (_DIAG_TRACESTR)MyGetProcAddress(m_hModule, "
+            "\"DTTraceStr\"); Failed GetLastError Returned %d\n",
+            error);
+    },
+    [](int error) {
+        CInternalTrace::Write(
+            "CDiagTrace::CDiagTrace m_pfnTraceID = (_DIAG_TRACEID)MyGetProcAddress(m_hModule, "
+            "\"DTTraceID\"); Failed GetLastError Returned %d\n",
+            error);
+    },
+    [](int error) {
+        CInternalTrace::Write(
+            "CDiagTrace::CDiagTrace m_pfnTraceBuffer = "
+            "(_DIAG_TRACEBUFFER)MyGetProcAddress(m_hModule, "
+            "\"DTTraceBuffer\"); Failed GetLastError Returned %d\n",
+            error);
+    },
+    [](int error) {
+        CInternalTrace::Write(
+            "CDiagTrace::CDiagTrace m_pfnUnRegisterModule = "
+            "(_DIAG_UNREGISTERMODULE)MyGetProcAddress(m_hModule, \"DTUnRegisterModule\"); Failed "
+            "GetLastError Returned %d\n",
+            error);
+    },
+    [](int error) {
+        CInternalTrace::Write(
+            "CDiagTrace::CDiagTrace m_pfnPersistence = "
+            "(_DIAG_PERSISTENCE)MyGetProcAddress(m_hModule, "
+            "\"DTPersistence\"); Failed GetLastError Returned %d\n",
+            error);
+    },
+    [](int error) {
+        CInternalTrace::Write(
+            "CDiagTrace::CDiagTrace m_pfnGetFilter = (_DIAG_GETFILTER)MyGetProcAddress(m_hModule, "
+            "\"DTGetFilter\"); Failed GetLastError Returned %d\n",
+            error);
+    },
+};
+static_assert(std::size(kWriteMissingEntry) == std::size(kClientEntries));
 
 }  // namespace
 
@@ -38,88 +104,30 @@ CDiagTrace& CDiagTrace::Instance() {
     return instance;
 }
 
-CDiagTrace::~CDiagTrace() {
-    if (m_registered && m_pfnUnRegisterModule)
-        m_pfnUnRegisterModule(m_hRegMod);
-    Unload();
-}
+// Searched as any library is, the PATH included: the gateway puts its trace client where it likes.
+CDiagTrace::CDiagTrace() : m_client("DTClient.dll", 0, kClientEntries) {}
 
-void CDiagTrace::Unload() {
-    m_libraryReady = false;
-    m_pfnTraceID = nullptr;
-    m_pfnTraceStr = nullptr;
-    m_pfnRegisterModule = nullptr;
-    m_pfnTraceBuffer = nullptr;
-    m_pfnUnRegisterModule = nullptr;
-    m_pfnPersistence = nullptr;
-    m_pfnGetFilter = nullptr;
-    if (m_hModule)
-        ::FreeLibrary(m_hModule);
-    m_hModule = nullptr;
+CDiagTrace::~CDiagTrace() {
+    if (m_hRegMod)
+        m_client.Entry<UnregisterModuleFn>(kUnregisterModule)(m_hRegMod);
+    m_client.Unload();
 }
 
 void CDiagTrace::LoadClient() {
-    m_hModule = ::LoadLibraryA("DTClient.dll");
-    if (!m_hModule) {
-        m_mayLoad = false;
-        const int error = LastError();
-        if (m_loadFault.Allows())
-            CInternalTrace::Write(
-                "CDiagTrace::CDiagTrace HMODULE m_hModule = LoadLibrary(_T(\"DTClient.dll\")); "
-                "Failed GetLastError Returned %d\n",
-                error);
+    m_mayLoad = false;
+    const DWORD error = m_client.Load();
+    if (error == ERROR_SUCCESS)
         return;
-    }
-    // Kept as released: the unregister entry is resolved as "DTUnregisterModule" but reported as
-    // "DTUnRegisterModule"; whoever searches old logs finds this spelling.
-    if (!Resolve(m_hModule, "DTRegisterModule", m_pfnRegisterModule))
+    if (m_client.IsLoaded())
+        kWriteMissingEntry[m_client.Found()](static_cast<int>(error));
+    else if (m_loadFault.Allows())
         CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnRegisterModule = "
-            "(_DIAG_REGISTERMODULE)MyGetProcAddress(m_hModule, "
-            "\"DTRegisterModule\"); Failed GetLastError Returned %d\n",
-            LastError());
-    else if (!Resolve(m_hModule, "DTTraceStr", m_pfnTraceStr))
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnTraceStr = (_DIAG_TRACESTR)MyGetProcAddress(m_hModule, "
-            "\"DTTraceStr\"); Failed GetLastError Returned %d\n",
-            LastError());
-    else if (!Resolve(m_hModule, "DTTraceID", m_pfnTraceID))
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnTraceID = (_DIAG_TRACEID)MyGetProcAddress(m_hModule, "
-            "\"DTTraceID\"); Failed GetLastError Returned %d\n",
-            LastError());
-    else if (!Resolve(m_hModule, "DTTraceBuffer", m_pfnTraceBuffer))
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnTraceBuffer = "
-            "(_DIAG_TRACEBUFFER)MyGetProcAddress(m_hModule, "
-            "\"DTTraceBuffer\"); Failed GetLastError Returned %d\n",
-            LastError());
-    else if (!Resolve(m_hModule, "DTUnregisterModule", m_pfnUnRegisterModule))
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnUnRegisterModule = "
-            "(_DIAG_UNREGISTERMODULE)MyGetProcAddress(m_hModule, "
-            "\"DTUnRegisterModule\"); Failed GetLastError Returned %d\n",
-            LastError());
-    else if (!Resolve(m_hModule, "DTPersistence", m_pfnPersistence))
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnPersistence = "
-            "(_DIAG_PERSISTENCE)MyGetProcAddress(m_hModule, "
-            "\"DTPersistence\"); Failed GetLastError Returned %d\n",
-            LastError());
-    else if (!Resolve(m_hModule, "DTGetFilter", m_pfnGetFilter))
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnGetFilter = (_DIAG_GETFILTER)MyGetProcAddress(m_hModule, "
-            "\"DTGetFilter\"); Failed GetLastError Returned %d\n",
-            LastError());
-    else
-        m_libraryReady = true;
-    if (!m_libraryReady) {
-        // An incomplete library is as good as none: nothing is handed to it, and it is not loaded
-        // again for every line.
-        m_incomplete = m_pfnRegisterModule != nullptr;
-        Unload();
-        m_mayLoad = false;
-    }
+            "CDiagTrace::CDiagTrace HMODULE m_hModule = LoadLibrary(_T(\"DTClient.dll\")); "
+            "Failed GetLastError Returned %d\n",
+            static_cast<int>(error));
+    // An incomplete library is as good as none: nothing is handed to it.
+    m_incomplete = m_client.Found() > kRegisterModule;
+    m_client.Unload();
 }
 
 void CDiagTrace::Register(HMODULE module, const char* text1, const char* text2) {
@@ -130,11 +138,11 @@ void CDiagTrace::Register(HMODULE module, const char* text1, const char* text2) 
 }
 
 void CDiagTrace::RegisterSavedModule() {
-    if (!m_libraryReady && m_mayLoad && m_hSavedAppModuled)
+    if (m_mayLoad && m_hSavedAppModuled)
         LoadClient();
-    if (m_incomplete)  // said already
+    if (m_incomplete)  // LoadClient has written the fault
         return;
-    if (!m_hSavedAppModuled || !m_pfnRegisterModule) {
+    if (!m_hSavedAppModuled || !IsReady()) {
         if (m_registerFault.Allows())
             CInternalTrace::Write("CDiagTrace::Register Receive hModule NULL\n");
         return;
@@ -147,10 +155,9 @@ void CDiagTrace::RegisterSavedModule() {
             LastError());
         return;
     }
-    m_hRegMod =
-        m_pfnRegisterModule(m_hSavedAppModuled, modulePath, m_text1.c_str(), m_text2.c_str());
-    m_registered = m_hRegMod != nullptr;
-    if (!m_registered)
+    m_hRegMod = m_client.Entry<RegisterModuleFn>(kRegisterModule)(m_hSavedAppModuled, modulePath,
+                                                                  m_text1.c_str(), m_text2.c_str());
+    if (!m_hRegMod)
         CInternalTrace::Write(
             "CDiagTrace::Register m_hRegMod = (*m_pfnRegisterModule)(0, szModuleName); Failed "
             "GetLastError Returned %d\n",
@@ -158,13 +165,13 @@ void CDiagTrace::RegisterSavedModule() {
 }
 
 void CDiagTrace::LoadAndRegisterWhenNeeded() {
-    if (!m_libraryReady && m_mayLoad && m_hSavedAppModuled)
+    if (m_mayLoad && m_hSavedAppModuled)
         RegisterSavedModule();
 }
 
 std::uint32_t CDiagTrace::GetFilter() {
     LoadAndRegisterWhenNeeded();
-    return m_registered && m_pfnGetFilter ? m_pfnGetFilter(m_hRegMod) | kAlwaysOn : kAlwaysOn;
+    return m_hRegMod ? m_client.Entry<GetFilterFn>(kGetFilter)(m_hRegMod) | kAlwaysOn : kAlwaysOn;
 }
 
 void CDiagTrace::Trace(const char* file, std::uint32_t line, const char* function,
@@ -177,8 +184,9 @@ void CDiagTrace::Trace(const char* file, std::uint32_t line, const char* functio
     }
     LoadAndRegisterWhenNeeded();
     CModuleStatistics::CountTraceLine(level);
-    if (m_registered && m_pfnTraceStr)
-        m_pfnTraceStr(m_hRegMod, file, line, function, level, reserved1, reserved2, text);
+    if (m_hRegMod)
+        m_client.Entry<TraceStrFn>(kTraceStr)(m_hRegMod, file, line, function, level, reserved1,
+                                              reserved2, text);
 }
 
 void CDiagTrace::TraceBuffer(const char* file, std::uint32_t line, const char* function,
@@ -190,9 +198,10 @@ void CDiagTrace::TraceBuffer(const char* file, std::uint32_t line, const char* f
     }
     LoadAndRegisterWhenNeeded();
     CModuleStatistics::CountTraceLine(level);
-    if (m_registered && m_pfnTraceBuffer)
-        m_pfnTraceBuffer(m_hRegMod, file, line, function, level, reserved1, reserved2, buffer,
-                         static_cast<std::uint32_t>(length));
+    if (m_hRegMod)
+        m_client.Entry<TraceBufferFn>(kTraceBuffer)(m_hRegMod, file, line, function, level,
+                                                    reserved1, reserved2, buffer,
+                                                    static_cast<std::uint32_t>(length));
 }
 
 }  // namespace DiagTools

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "diagtools/RuntimeLibrary.h"
+
 namespace DiagTools {
 
 /// Process-wide filter: a line of level L is written only when bit L is set. Starts with the bits 1
@@ -34,19 +36,6 @@ public:
                      const void* buffer, std::size_t length);
 
 private:
-    // The entries of DTClient.dll as this tool calls them. Handles are opaque.
-    using RegisterModuleFn = void*(HMODULE module, const char* modulePath, const char* text1,
-                                   const char* text2);
-    using UnregisterModuleFn = void(void* registration);
-    using TraceStrFn = void(void* registration, const char* file, std::uint32_t line,
-                            const char* function, std::uint32_t level, std::uint32_t reserved1,
-                            std::uint32_t reserved2, const char* text);
-    using TraceBufferFn = void(void* registration, const char* file, std::uint32_t line,
-                               const char* function, std::uint32_t level, std::uint32_t reserved1,
-                               std::uint32_t reserved2, const void* buffer, std::uint32_t bytes);
-    using GetFilterFn = std::uint32_t(void* registration);
-    using UnusedFn = void();  // resolved so that an incomplete library is noticed, never called
-
     /// Lets one kind of fault line through once in 5000 ms.
     class Throttle {
     public:
@@ -57,23 +46,28 @@ private:
         ULONGLONG m_lastTick = 0;  // milliseconds since system start
     };
 
-    CDiagTrace() = default;
+    // The entries of DTClient.dll in the order in which they are looked up. "DTTraceID" and
+    // "DTPersistence" are never called, but a library without them is incomplete.
+    enum ClientEntry {
+        kRegisterModule,
+        kTraceStr,
+        kTraceID,
+        kTraceBuffer,
+        kUnregisterModule,
+        kPersistence,
+        kGetFilter,
+        kEntryCount
+    };
+    using Client = CRuntimeLibrary<kEntryCount>;
+
+    CDiagTrace();
+    bool IsReady() const { return m_client.Found() == kEntryCount; }
     void LoadClient();
-    void Unload();
     void RegisterSavedModule();
     void LoadAndRegisterWhenNeeded();
 
-    HMODULE m_hModule = nullptr;
-    UnusedFn* m_pfnTraceID = nullptr;
-    TraceStrFn* m_pfnTraceStr = nullptr;
-    RegisterModuleFn* m_pfnRegisterModule = nullptr;
-    TraceBufferFn* m_pfnTraceBuffer = nullptr;
-    UnregisterModuleFn* m_pfnUnRegisterModule = nullptr;
-    UnusedFn* m_pfnPersistence = nullptr;
-    GetFilterFn* m_pfnGetFilter = nullptr;
-    void* m_hRegMod = nullptr;
-    bool m_registered = false;
-    bool m_libraryReady = false;
+    Client m_client;
+    void* m_hRegMod = nullptr;  // opaque; set while the module is registered
     bool m_mayLoad = true;
     bool m_incomplete = false;  // it could register modules, but lacks a later entry
     HMODULE m_hSavedAppModuled = nullptr;

@@ -49,12 +49,20 @@ constexpr Option kOptions[] = {
 // case.
 constexpr int kParserStyle = 2047;
 
-// The library is laxer than this tool promises in three places. A wrong command line must end in
+// The library is laxer than this tool promises in four places. A wrong command line must end in
 // the help, not in another command than the administrator meant; so each is closed here.
 
-/// Comparing names without regard to case, the library takes "-C" for "-c". Called for every token
-/// that stands where an option may stand.
+[[noreturn]] void ThrowUnknownOption(const std::string& token) {
+    po::unknown_option error;
+    error.add_context("", token, po::command_line_style::allow_dash_for_short);
+    throw error;
+}
+
+/// Comparing names without regard to case, the library takes "-C" for "-c", and "---C" for the long
+/// name "-C" and so for the same. Called for every token that stands where an option may stand.
 void RejectUnknownLetter(const po::options_description& description, const std::string& token) {
+    if (token.compare(0, 3, "---") == 0)
+        ThrowUnknownOption(token);
     const bool dash = token.size() >= 2 && token[0] == '-' && token[1] != '-';
     const bool slash = token.size() >= 2 && token[0] == '/';
     if (!dash && !slash)
@@ -62,11 +70,8 @@ void RejectUnknownLetter(const po::options_description& description, const std::
     for (std::string::size_type i = 1; i < token.size(); ++i) {
         const po::option_description* const option =
             description.find_nothrow(std::string{'-', token[i]}, false, false, false);
-        if (!option) {
-            po::unknown_option error;
-            error.add_context("", token, po::command_line_style::allow_dash_for_short);
-            throw error;
-        }
+        if (!option)
+            ThrowUnknownOption(token);
         // What follows is its value. A "/" introduces one letter only.
         if (slash || option->semantic()->max_tokens() != 0)
             return;

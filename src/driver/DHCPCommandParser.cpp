@@ -5,19 +5,18 @@
 #include <boost/algorithm/string.hpp>
 #include <boost/filesystem.hpp>
 #include <boost/make_shared.hpp>
-#include <cstdio>
 #include <exception>
 
 #include "clients/DHCPClientInfoImpl.h"
 #include "clients/MACUpdateImpl.h"
 #include "dhcpserver/Lease.h"
-#include "diagtools/DiagTraceInfo.h"
-#include "diagtools/EventLogWriter.h"
-#include "diagtools/ModuleStatistics.h"
+#include "diagtools/HResultCheck.h"
 #include "driver/CommandLineOptions.h"
+#include "driver/CommandSummary.h"
 #include "driver/DHCPErrorMsg.h"
 #include "driver/DriverTexts.h"
-#include "driver/output/FormatText.h"
+#include "driver/FormatText.h"
+#include "driver/TempFile.h"
 #include "driver/output/OutputMsg.h"
 #include "netsh/NetshCommands.h"
 #include "scopes/DHCPSegmentInfoImpl.h"
@@ -32,84 +31,27 @@ constexpr char kTraceFile[] = "DHCPCommandParser";
 const std::string missingServerMessage =
     std::string(kMissingServerBefore) + kOptionDhcpServerIp + kMissingServerAfter;
 
-/// Deletes a temporary file at the end of the work on it, also when that throws.
-class TempFile {
-public:
-    explicit TempFile(const std::string& name) : m_name(name) {}
-    ~TempFile() { ::DeleteFileA(m_name.c_str()); }
-    TempFile(const TempFile&) = delete;
-    TempFile& operator=(const TempFile&) = delete;
-
-    const std::string& Name() const { return m_name; }
-
-private:
-    std::string m_name;
-};
-
-/// Tells the event log, at the end of a command, that it changed something or failed: on a gateway
-/// that is where an administrator finds later what an installer ran.
-class CommandSummary {
-public:
-    CommandSummary(const char* command, bool changes) : m_command(command), m_changes(changes) {}
-    ~CommandSummary() {
-        try {
-            Report();
-        } catch (const std::exception&) {
-            // Without memory for an event the log does without it.
-        }
-    }
-    CommandSummary(const CommandSummary&) = delete;
-    CommandSummary& operator=(const CommandSummary&) = delete;
-
-    /// False: the user was told or asked what is missing, and nothing was done.
-    void SetExecuted(bool executed) { m_executed = executed; }
-
-private:
-    void Report() const {
-        const unsigned long errors = DiagTools::CModuleStatistics::ErrorLines() - m_errorsBefore;
-        const bool thrown = std::uncaught_exceptions() > m_exceptionsBefore;
-        if (!m_changes && errors == 0 && !thrown)
-            return;
-        char text[256];
-        if (thrown)
-            std::snprintf(text, sizeof(text),
-                          "Command [%s] ended by an exception, error lines traced [%lu].",
-                          m_command, errors);
-        else if (m_executed)
-            std::snprintf(text, sizeof(text), "Command [%s] executed, error lines traced [%lu].",
-                          m_command, errors);
-        else
-            std::snprintf(text, sizeof(text), "Command [%s] not executed.", m_command);
-        DiagTools::CEventLogWriter::Report(m_executed && errors == 0 && !thrown
-                                               ? EVENTLOG_INFORMATION_TYPE
-                                               : EVENTLOG_WARNING_TYPE,
-                                           kCommandEventId, text);
-    }
-
-    static constexpr DWORD kCommandEventId = 1;
-
-    const char* m_command;  // the option's name
-    bool m_changes;
-    bool m_executed = true;
-    int m_exceptionsBefore = std::uncaught_exceptions();
-    std::uint32_t m_errorsBefore = DiagTools::CModuleStatistics::ErrorLines();
-};
-
 }  // namespace
 
 CDHCPCommandParser::CDHCPCommandParser()
     : m_leaseDuration(kDefaultLeaseSeconds), m_output(boost::make_shared<COutputMsg>()) {}
 
 void CDHCPCommandParser::ExecuteCommands(int argc, const char* const* argv) {
-    Description description("Allowed Options :", 80, 40);
-    BuildOptionsDescription(description);
-    Variables variables;
-    if (!SetCommandLineOptions(argc, argv, description, variables) ||
-        variables.count(kOptionHelp) != 0) {
-        DisplayHelp(description);
-    } else {
-        ApplyGeneralOptions(variables);
-        DispatchCommand(description, variables);
+    try {
+        Description description("Allowed Options :", 80, 40);
+        BuildOptionsDescription(description);
+        Variables variables;
+        if (!SetCommandLineOptions(argc, argv, description, variables) ||
+            variables.count(kOptionHelp) != 0) {
+            DisplayHelp(description);
+        } else {
+            ApplyGeneralOptions(variables);
+            DispatchCommand(description, variables);
+        }
+    } catch (const std::exception& escaped) {
+        DT_TRACE(DiagTools::kTraceError, "Command ended by exception [%s]", escaped.what());
+        // Without this the run would look like one that went well.
+        CONTAIN_EXCEPTIONS(Display(FormatText(kCommandEnded, escaped.what())));
     }
     DT_TRACE(DiagTools::kTraceProgress, "Execute Command DONE");
 }
@@ -201,7 +143,7 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
     for (const Command& command : kCommands) {
         if (variables.count(command.option) == 0)
             continue;
-        CommandSummary summary(command.option, command.changes);
+        CCommandSummary summary(command.option, command.changes);
         summary.SetExecuted(command.run(*this, variables[command.option]));
         return;
     }
@@ -322,22 +264,26 @@ bool CDHCPCommandParser::ExecuteReservationCommand(const std::string& scopeId) {
     return true;
 }
 
+void CDHCPCommandParser::RepairStore() {
+    ExecuteUpdateMACCommand();
+    ExecuteUpdateScopesIpInfo();
+    ExecuteSetDHCPServerIpCommand();
+}
+
 bool CDHCPCommandParser::ExecuteSilentModeCommand() {
     if (!HasServerAddress())
         return false;
     DT_TRACE(DiagTools::kTraceProgress,
              "Executing silent mode update of scopes and clients Command on DHCP server [%s]",
              m_dhcpServerIp.c_str());
-    ExecuteUpdateMACCommand();
-    ExecuteUpdateScopesIpInfo();
-    ExecuteSetDHCPServerIpCommand();
+    RepairStore();
     // Scopes before clients, so that reservations land in scopes that exist.
     {
-        const TempFile scopes(CreateTempFileName());
+        const CTempFile scopes(CreateTempFileName());
         ExecuteExportScopesCommand(scopes.Name(), NetshWriter(), true);
         ExecuteUpdateScopesCommand(scopes.Name());
     }
-    const TempFile clients(CreateTempFileName());
+    const CTempFile clients(CreateTempFileName());
     ExecuteExportClientsCommand(clients.Name(), NetshWriter(), true);
     ExecuteUpdateClientsCommand(clients.Name());
     return true;
@@ -346,18 +292,16 @@ bool CDHCPCommandParser::ExecuteSilentModeCommand() {
 bool CDHCPCommandParser::ExecuteGenerateBatchCommand(const std::string& batchFileName) {
     if (!HasServerAddress())
         return false;
-    ExecuteUpdateMACCommand();
-    ExecuteUpdateScopesIpInfo();
-    ExecuteSetDHCPServerIpCommand();
+    RepairStore();
     const NetshWriter writer =
         boost::make_shared<CNetshCommands>(m_output, m_dhcpServerIp, batchFileName);
     {
-        const TempFile scopes(CreateTempFileName());
+        const CTempFile scopes(CreateTempFileName());
         Display(kBatchScopesStart);
         ExecuteExportScopesCommand(scopes.Name(), writer, false);
         Display(FormatText(kBatchScopesDone, batchFileName));
     }
-    const TempFile clients(CreateTempFileName());
+    const CTempFile clients(CreateTempFileName());
     Display(kBatchClientsStart);
     ExecuteExportClientsCommand(clients.Name(), writer, false);
     Display(FormatText(kBatchClientsDone, batchFileName));

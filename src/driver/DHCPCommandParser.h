@@ -9,7 +9,7 @@ class CNetshCommands;
 class COutputMsg;
 
 /// Parses the command line and runs exactly one command. Nothing is returned: commands report their
-/// failures through the output channel and the trace.
+/// failures through the output channel and the trace, and what they throw ends there, too.
 class CDHCPCommandParser {
 public:
     CDHCPCommandParser();
@@ -49,6 +49,9 @@ private:
     bool ExecuteGenerateBatchCommand(const std::string& batchFileName);
     bool ExecuteSetDHCPServerIpCommand();
     bool ExecuteReservationCommand(const std::string& scopeId);
+
+    /// What the automatic and the batch mode begin with: MACs, the scopes' addresses, the server.
+    void RepairStore();
 
     /// Tells the user when the server address is missing.
     bool HasServerAddress();

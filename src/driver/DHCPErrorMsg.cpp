@@ -12,8 +12,8 @@ struct ErrorText {
 constexpr std::uint32_t kTerminator = 0xFFFFFFFF;
 
 // Codes of the DHCP server's management API (ERROR_DHCP_..., 20000 and up), in ascending order; the
-// numbers left out are unassigned or never reach an administrator. Kept to the byte: 20026 ends
-// with a blank and 20028 with its colon.
+// numbers left out have no text here. Kept to the byte: 20026 ends with a blank and 20028 with its
+// colon.
 // clang-format off
 constexpr ErrorText kErrorTexts[] = {
     {20000, "The DHCP server registry initialization parameters are incorrect."},

@@ -5,6 +5,8 @@
 inline constexpr char kHelpTitle[] = "\nDHCP Client information generation program\n\n";
 inline constexpr char kHelpLine[] = "%-30s\t%s\r\n";  // formatted option name, help text
 
+inline constexpr char kCommandEnded[] = "Command ended by exception [%s]\n";  // what it says
+
 inline constexpr char kExportClientsStart[] =
     "\nGetting DHCP Clients information from storage. Please wait ...\n\n";
 inline constexpr char kExportScopesStart[] =

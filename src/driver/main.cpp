@@ -13,12 +13,17 @@ namespace {
 constexpr char kTraceFile[] = "main";
 
 /// The tool runs elevated, from any folder: libraries planted there must never load. The folder set
-/// here is searched instead of the current one; the system's own is searched anyway. (An empty text
-/// is to do the same, but Wine goes on searching the current folder then.)
+/// here is searched instead of the current one; the system's own is searched anyway. (By its
+/// documentation an empty text does the same, but Wine then goes on searching the current folder.)
 void KeepCurrentFolderOutOfDllSearch() {
     char systemFolder[MAX_PATH];
     const UINT length = ::GetSystemDirectoryA(systemFolder, MAX_PATH);
     ::SetDllDirectoryA(length > 0 && length < MAX_PATH ? systemFolder : "");
+}
+
+/// A damaged library or a drive without a medium must not stop an unattended run with a box.
+void KeepSystemBoxesAway() {
+    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
 }
 
 }  // namespace
@@ -26,6 +31,10 @@ void KeepCurrentFolderOutOfDllSearch() {
 /// Always 0: installers start this tool and take another code for a failed installation. What went
 /// wrong is said by the messages and the trace.
 int main(int argc, char** argv) {
+    KeepSystemBoxesAway();
+    // The first call allocates, and ends the program where it can't: better now than in a
+    // destructor.
+    [[maybe_unused]] const volatile int none = std::uncaught_exceptions();
     KeepCurrentFolderOutOfDllSearch();
     const HMODULE module = ::GetModuleHandleA(nullptr);
     try {
@@ -34,9 +43,9 @@ int main(int argc, char** argv) {
         DiagTools::CEventLogWriter::Initialize(module, nullptr);
         CDHCPCommandParser().ExecuteCommands(argc, argv);
     } catch (const std::exception& escaped) {
-        DT_TRACE(DiagTools::kTraceError, "Command ended by exception [%s]", escaped.what());
+        DT_TRACE(DiagTools::kTraceError, "Program ended by exception [%s]", escaped.what());
     } catch (...) {
-        DT_TRACE(DiagTools::kTraceError, "Command ended by an unknown exception");
+        DT_TRACE(DiagTools::kTraceError, "Program ended by an unknown exception");
     }
     return 0;
 }

@@ -1,13 +1,14 @@
 #include "netsh/NetshCommands.h"
 
 #include <boost/algorithm/string/erase.hpp>
+#include <cstdio>
 #include <fstream>
 
 #include "dhcpserver/AddressRange.h"
 #include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
-#include "driver/output/FormatText.h"
 #include "driver/output/OutputMsg.h"
+#include "driver/output/TextFile.h"
 #include "store/IPAddressString.h"
 
 namespace {
@@ -71,19 +72,21 @@ CNetshCommands::CNetshCommands(const boost::weak_ptr<COutputMsg>& output, const 
         return;
     const std::ofstream emptied(m_fileName, std::ios::out | std::ios::trunc);
     AddCommandToBatchFile(kSeparator, false);
-    AddCommandToBatchFile(FormatText(kHeader, m_server), false);
+    AddCommandToBatchFile(FillText<kHeader>(m_server), false);
     AddCommandToBatchFile(kSeparator, false);
     AddCommandToBatchFile("\n", false);
 }
 
 CNetshCommands::~CNetshCommands() {
-    CONTAIN_EXCEPTIONS(WriteTrailer());
+    // A file that an exception left incomplete must not say that its commands are ready.
+    if (std::uncaught_exceptions() == m_exceptionsBefore)
+        CONTAIN_EXCEPTIONS(WriteTrailer());
 }
 
 void CNetshCommands::WriteTrailer() {
     AddCommandToBatchFile("\n", false);
     AddCommandToBatchFile(kSeparator, false);
-    AddCommandToBatchFile(FormatText(kTrailer, m_server), false);
+    AddCommandToBatchFile(FillText<kTrailer>(m_server), false);
     AddCommandToBatchFile(kTrailerAdvice, false);
     AddCommandToBatchFile(kSeparator, false);
 }
@@ -92,10 +95,10 @@ void CNetshCommands::AddCommandToBatchFile(const std::string& line, bool display
     if (m_fileName.empty())
         return;
     DT_TRACE_TEXT(DiagTools::kTraceDetail, line.c_str());
-    std::ofstream(m_fileName, std::ios::out | std::ios::app) << line;
-    // The flag goes on as "verbose only": a quiet run shows no command, and the file is complete.
-    if (display)
-        DisplayThrough(m_output, kAddingCommand + line, display);
+    AppendText(m_fileName, line);
+    // Shown to verbose users only: a quiet run shows no command, and the file is complete.
+    if (display && IsDetailWanted(m_output))
+        DisplayThrough(m_output, kAddingCommand + line, true);
 }
 
 void CNetshCommands::AddCommentBlock(const std::string& comment) {
@@ -104,18 +107,21 @@ void CNetshCommands::AddCommentBlock(const std::string& comment) {
     AddCommandToBatchFile("\n", false);
 }
 
-std::string CNetshCommands::AddClientComment(const char* format, const std::string& clientName,
+template <const auto& Comment>
+std::string CNetshCommands::AddClientComment(const std::string& clientName,
                                              const std::string& address, const std::string& mask,
                                              const std::string& mac) {
     const std::string networkId = ToText(NetworkAddress(ToNumber(address), ToNumber(mask)));
-    AddCommentBlock(FormatText(format, clientName, address, ToNumber(address), networkId, mac));
+    char number[16];
+    std::snprintf(number, sizeof(number), "%#08lX", static_cast<unsigned long>(ToNumber(address)));
+    AddCommentBlock(FillText<Comment>(clientName, address, number, networkId, mac));
     return networkId;
 }
 
 void CNetshCommands::AddScopeCommands(const std::string& scopeName, const std::string& networkId,
                                       const std::string& scopeAddress, const std::string& mask,
                                       const std::string& comment, std::uint32_t leaseSeconds) {
-    AddCommentBlock(FormatText(kAddingScope, scopeName));
+    AddCommentBlock(FillText<kAddingScope>(scopeName));
     AddDHCPScope(scopeName, networkId, mask, comment);
     AddDHCPRangeForScope(networkId, mask);
     ExcludeIpFromRange(networkId, scopeAddress);
@@ -130,8 +136,7 @@ void CNetshCommands::AddDHCPScope(const std::string& scopeName, const std::strin
     DT_TRACE(DiagTools::kTraceDetail,
              "Scope Name [%s], Network ID [%s], Net Mask [%s], Description [%s]", scopeName.c_str(),
              networkId.c_str(), mask.c_str(), comment.c_str());
-    AddCommandToBatchFile(FormatText(kAddScope, m_server, networkId, mask, scopeName, comment),
-                          true);
+    AddCommandToBatchFile(FillText<kAddScope>(m_server, networkId, mask, scopeName, comment), true);
 }
 
 void CNetshCommands::AddDHCPRangeForScope(const std::string& networkId, const std::string& mask) {
@@ -141,7 +146,7 @@ void CNetshCommands::AddDHCPRangeForScope(const std::string& networkId, const st
     const std::string last = ToText(LastHostAddress(ToNumber(networkId), ToNumber(mask)));
     DT_TRACE(DiagTools::kTraceDetail, "First address [%s], Last address [%s]", first.c_str(),
              last.c_str());
-    AddCommandToBatchFile(FormatText(kAddRange, m_server, networkId, first, last), true);
+    AddCommandToBatchFile(FillText<kAddRange>(m_server, networkId, first, last), true);
 }
 
 void CNetshCommands::ExcludeIpFromRange(const std::string& networkId, const std::string& address) {
@@ -149,7 +154,7 @@ void CNetshCommands::ExcludeIpFromRange(const std::string& networkId, const std:
         return;
     // "Excluse" is kept as released: log searches match this word.
     DT_TRACE(DiagTools::kTraceDetail, "Excluse IP [%s]", address.c_str());
-    AddCommandToBatchFile(FormatText(kAddExclusion, m_server, networkId, address, address), true);
+    AddCommandToBatchFile(FillText<kAddExclusion>(m_server, networkId, address, address), true);
 }
 
 void CNetshCommands::SetRouterOption(const std::string& networkId,
@@ -157,8 +162,9 @@ void CNetshCommands::SetRouterOption(const std::string& networkId,
     if (m_fileName.empty())
         return;
     DT_TRACE(DiagTools::kTraceDetail, "Router option on IP [%s]", routerAddress.c_str());
-    AddCommandToBatchFile(
-        FormatText(kSetAddressOption, m_server, networkId, kOptionRouter, routerAddress), true);
+    AddCommandToBatchFile(FillText<kSetAddressOption>(m_server, networkId,
+                                                      std::to_string(kOptionRouter), routerAddress),
+                          true);
 }
 
 void CNetshCommands::SetLeaseDuration(const std::string& networkId, std::uint32_t leaseSeconds) {
@@ -167,7 +173,9 @@ void CNetshCommands::SetLeaseDuration(const std::string& networkId, std::uint32_
     const unsigned long seconds = leaseSeconds;
     DT_TRACE(DiagTools::kTraceDetail, "Lease duration [%lu]", seconds);
     AddCommandToBatchFile(
-        FormatText(kSetNumberOption, m_server, networkId, kOptionLeaseTime, seconds), true);
+        FillText<kSetNumberOption>(m_server, networkId, std::to_string(kOptionLeaseTime),
+                                   std::to_string(seconds)),
+        true);
 }
 
 void CNetshCommands::ReservedClientAddressInDHCPScope(const std::string& clientName,
@@ -176,11 +184,11 @@ void CNetshCommands::ReservedClientAddressInDHCPScope(const std::string& clientN
                                                       const std::string& mac) {
     if (m_fileName.empty())
         return;
-    const std::string networkId = AddClientComment(kAddingClient, clientName, address, mask, mac);
+    const std::string networkId = AddClientComment<kAddingClient>(clientName, address, mask, mac);
     DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
              address.c_str(), mask.c_str(), mac.c_str());
     AddCommandToBatchFile(
-        FormatText(kAddReservation, m_server, networkId, address, WithoutDashes(mac), clientName),
+        FillText<kAddReservation>(m_server, networkId, address, WithoutDashes(mac), clientName),
         true);
 }
 
@@ -190,9 +198,9 @@ void CNetshCommands::DeleteClientAddressFromDHCPScope(const std::string& clientN
                                                       const std::string& mac) {
     if (m_fileName.empty())
         return;
-    const std::string networkId = AddClientComment(kDeletingClient, clientName, address, mask, mac);
+    const std::string networkId = AddClientComment<kDeletingClient>(clientName, address, mask, mac);
     DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
              address.c_str(), mask.c_str(), mac.c_str());
     AddCommandToBatchFile(
-        FormatText(kDeleteReservation, m_server, networkId, address, WithoutDashes(mac)), true);
+        FillText<kDeleteReservation>(m_server, networkId, address, WithoutDashes(mac)), true);
 }

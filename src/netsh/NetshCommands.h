@@ -2,6 +2,7 @@
 
 #include <boost/weak_ptr.hpp>
 #include <cstdint>
+#include <exception>
 #include <string>
 
 class COutputMsg;
@@ -9,9 +10,9 @@ class COutputMsg;
 /// The batch file of netsh commands that would do on the DHCP server what the live import does.
 ///
 /// One object per file, shared by those who add to it: the header is written when it is made, the
-/// trailer when the last of them lets go. The file is opened and closed for each line, so that it
-/// can be read while it grows. Failures to write are silent. With an empty file name nothing is
-/// done, shown or traced.
+/// trailer when the last of them lets go, unless an exception is on its way then. The file is
+/// opened and closed for each line, so that it can be read while it grows. Failures to write are
+/// silent. With an empty file name nothing is done, shown or traced.
 ///
 /// Texts go in as they are, without quotes or escapes; addresses are dotted text, and a computed
 /// address whose source is none follows from 255.255.255.255.
@@ -51,11 +52,12 @@ private:
     void WriteTrailer();
     void AddCommentBlock(const std::string& comment);
     /// Returns the network id, address AND mask, for the command below the comment.
-    std::string AddClientComment(const char* format, const std::string& clientName,
-                                 const std::string& address, const std::string& mask,
-                                 const std::string& mac);
+    template <const auto& Comment>
+    std::string AddClientComment(const std::string& clientName, const std::string& address,
+                                 const std::string& mask, const std::string& mac);
 
     std::string m_fileName;
     std::string m_server;
     boost::weak_ptr<COutputMsg> m_output;
+    int m_exceptionsBefore = std::uncaught_exceptions();
 };

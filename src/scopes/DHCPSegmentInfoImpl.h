@@ -9,10 +9,12 @@
 
 #include "dhcpserver/DHCPClient.h"
 #include "dhcpserver/Lease.h"
-#include "driver/output/OutputMsg.h"
-#include "netsh/NetshCommands.h"
-#include "scopes/IpConf.h"
 #include "store/StorageAccess.h"
+
+class CDHCPManager;
+class CNetshCommands;
+class COutputMsg;
+struct Adapter;
 
 /// Every operation on scopes (the store calls them segments). A scope id is the scope's network id
 /// as dotted text; it is the key of the scope in the store and its name on the DHCP server.
@@ -79,10 +81,6 @@ private:
     HRESULT GetAdapterInfoForScope(const std::string& registryEntryLocation,
                                    const std::string& scopeId, std::string& address,
                                    std::string& mask);
-    /// Takes the pair over when its network id is the scope's. Both sources trace it as one step of
-    /// the look-up, hence the name.
-    bool GetAdapterInfoForScope(const std::string& foundAddress, const std::string& foundMask,
-                                std::uint32_t scopeNumber, std::string& address, std::string& mask);
     std::uint32_t GetAdapterNetworkId(const std::string& address, const std::string& mask);
     HRESULT GetInterfaceName(const std::string& registryEntryLocation, std::string& name);
     HRESULT GetAdapterInterfaceAddresses(const std::string& registryEntryLocation,

@@ -3,50 +3,44 @@
 //
 #include <iphlpapi.h>
 
-#include <cstring>
+#include <algorithm>
 
+#include "diagtools/RuntimeLibrary.h"
 #include "scopes/IpConf.h"
 
 namespace {
 
 using GetAdaptersInfoFn = DWORD WINAPI(IP_ADAPTER_INFO* adapters, ULONG* bytes);
+constexpr const char* kEntryNames[] = {"GetAdaptersInfo"};
 
-/// Adapters may come while the answer is being fetched; then it is asked for again this often.
+/// How often the system is asked when adapters come while it answers.
 constexpr int kMaxTries = 8;
 
-struct LibraryFree {
-    using pointer = HMODULE;
-    void operator()(HMODULE library) const noexcept { ::FreeLibrary(library); }
-};
-
 template <std::size_t N>
-void CopyAddress(char (&to)[N], const char (&from)[N]) {
-    std::memcpy(to, from, N);
-    to[N - 1] = '\0';
+std::string TextOf(const char (&text)[N]) {
+    return std::string(text, std::find(text, text + N, '\0'));
 }
 
 Adapter ToAdapter(const IP_ADAPTER_INFO& info) {
     Adapter adapter;
-    adapter.displayName = info.Description[0] ? info.Description : info.AdapterName;
-    for (const IP_ADDR_STRING* entry = &info.IpAddressList; entry; entry = entry->Next) {
-        AdapterAddress address;
-        CopyAddress(address.address, entry->IpAddress.String);
-        CopyAddress(address.mask, entry->IpMask.String);
-        adapter.addresses.push_back(address);
-    }
+    adapter.displayName = TextOf(info.Description);
+    if (adapter.displayName.empty())
+        adapter.displayName = TextOf(info.AdapterName);
+    for (const IP_ADDR_STRING* entry = &info.IpAddressList; entry; entry = entry->Next)
+        adapter.addresses.push_back(
+            {TextOf(entry->IpAddress.String), TextOf(entry->IpMask.String)});
     return adapter;
 }
 
 }  // namespace
 
 std::unique_ptr<CIpConf> CIpConf::Take() {
-    const std::unique_ptr<HMODULE, LibraryFree> library(::LoadLibraryA("iphlpapi.dll"));
-    if (!library)
+    // Held until the process ends: a run looks at the adapters once for each scope.
+    static DiagTools::CRuntimeLibrary<1> library("iphlpapi.dll", DiagTools::kSystemLibrary,
+                                                 kEntryNames);
+    if (library.Load() != ERROR_SUCCESS)
         return nullptr;
-    const auto getAdaptersInfo = reinterpret_cast<GetAdaptersInfoFn*>(
-        reinterpret_cast<void*>(::GetProcAddress(library.get(), "GetAdaptersInfo")));
-    if (!getAdaptersInfo)
-        return nullptr;
+    auto* const getAdaptersInfo = library.Entry<GetAdaptersInfoFn>(0);
     std::vector<IP_ADAPTER_INFO> buffer(16);
     DWORD error = ERROR_BUFFER_OVERFLOW;
     for (int tries = 0; error == ERROR_BUFFER_OVERFLOW && tries < kMaxTries; ++tries) {

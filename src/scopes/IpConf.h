@@ -6,8 +6,8 @@
 
 /// An address of an adapter with its mask, both dotted text.
 struct AdapterAddress {
-    char address[16];
-    char mask[16];
+    std::string address;
+    std::string mask;
 };
 
 struct Adapter {
@@ -18,7 +18,7 @@ struct Adapter {
 /// A snapshot of the machine's network adapters, in the system's order.
 class CIpConf {
 public:
-    /// Asks the system anew. Null when the IP Helper library or its answer can't be had; a machine
+    /// Asks the system anew. Null when the IP Helper library or its answer can't be had. A machine
     /// without adapters gives an empty snapshot.
     static std::unique_ptr<CIpConf> Take();
 

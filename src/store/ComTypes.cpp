@@ -6,10 +6,14 @@
 
 namespace {
 
+void ThrowIfFailed(HRESULT hr, const char* call) {
+    if (FAILED(hr))
+        throw std::system_error(hr, std::system_category(), call);
+}
+
 BSTR AllocateText(const wchar_t* text) {
-    const BSTR allocated = ::SysAllocString(text ? text : L"");
-    if (!allocated)
-        throw std::system_error(E_OUTOFMEMORY, std::system_category(), "SysAllocString");
+    const BSTR allocated = ::SysAllocString(text);
+    ThrowIfFailed(allocated ? S_OK : E_OUTOFMEMORY, "SysAllocString");
     return allocated;
 }
 
@@ -17,7 +21,7 @@ BSTR AllocateText(const wchar_t* text) {
 
 CComBSTR::CComBSTR(const wchar_t* text) : m_str(AllocateText(text)) {}
 
-CComBSTR::CComBSTR(const char* text) : m_str(AllocateText(CWideText(text).Get())) {}
+CComBSTR::CComBSTR(const char* text) : CComBSTR(CWideText(text).Get()) {}
 
 HRESULT CComBSTR::Append(const CComBSTR& text) {
     BSTR joined = nullptr;
@@ -44,19 +48,20 @@ std::string CComVariant::Narrow() const {
 }
 
 ArrayView::ArrayView(const VARIANT& result) {
-    if (!IsArrayOfVariants(result) || !result.parray || ::SafeArrayGetDim(result.parray) != 1)
+    SAFEARRAY* const array = IsArrayOfVariants(result) ? result.parray : nullptr;
+    // The label may lie: elements of another size would be read across their ends.
+    if (!array || ::SafeArrayGetDim(array) != 1 || ::SafeArrayGetElemsize(array) != sizeof(VARIANT))
         return;
     LONG lower = 0;
     LONG upper = -1;
     void* data = nullptr;
-    if (FAILED(::SafeArrayGetLBound(result.parray, 1, &lower)) ||
-        FAILED(::SafeArrayGetUBound(result.parray, 1, &upper)) ||
-        FAILED(::SafeArrayAccessData(result.parray, &data)))
-        return;
-    m_array = result.parray;
+    ThrowIfFailed(::SafeArrayGetLBound(array, 1, &lower), "SafeArrayGetLBound");
+    ThrowIfFailed(::SafeArrayGetUBound(array, 1, &upper), "SafeArrayGetUBound");
+    ThrowIfFailed(::SafeArrayAccessData(array, &data), "SafeArrayAccessData");
+    m_array = array;
     m_elements = static_cast<const VARIANT*>(data);
     const long long count = static_cast<long long>(upper) - lower + 1;
-    m_size = count > 0 ? static_cast<std::size_t>(count) : 0;
+    m_size = data && count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 ArrayView::~ArrayView() {

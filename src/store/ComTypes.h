@@ -47,8 +47,9 @@ public:
     std::string Narrow() const;
 };
 
-/// Owns one reference to a COM object.
-template <class Interface, const IID& InterfaceId>
+/// Owns one reference to a COM object. FindId tells the id that the objects of a class know the
+/// interface by.
+template <class Interface, IID (*FindId)(REFCLSID)>
 class CComPtr {
 public:
     CComPtr() = default;
@@ -64,7 +65,7 @@ public:
             return hr;
         void* created = nullptr;
         const HRESULT made =
-            ::CoCreateInstance(classId, nullptr, CLSCTX_ALL, InterfaceId, &created);
+            ::CoCreateInstance(classId, nullptr, CLSCTX_ALL, FindId(classId), &created);
         if (SUCCEEDED(made))
             p = static_cast<Interface*>(created);
         return made;
@@ -81,13 +82,37 @@ public:
     Interface* p = nullptr;
 };
 
+/// The time that this thread uses COM (multithreaded). A thread that had entered COM in another
+/// mode before stays in that one, and is not taken out of it.
+class CComApartment {
+public:
+    CComApartment() = default;
+    ~CComApartment() { Leave(); }
+    CComApartment(const CComApartment&) = delete;
+    CComApartment& operator=(const CComApartment&) = delete;
+
+    void Enter() {
+        m_entered = m_entered || SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+    }
+    void Leave() {
+        if (m_entered)
+            ::CoUninitialize();
+        m_entered = false;
+    }
+
+private:
+    bool m_entered = false;
+};
+
 /// Whether a store call gave a list at all; any other type counts as an empty result.
 inline bool IsArrayOfVariants(const VARIANT& result) {
     return result.vt == (VT_ARRAY | VT_VARIANT);
 }
 
 /// The elements of an array of variants while this object lives, from its lower bound on; borrows
-/// the array. A null array, another type or more dimensions than one hold no elements.
+/// the array. A null array, one without data, another type, elements of another size or more
+/// dimensions than one hold no elements. Throws std::system_error when the array can't be locked or
+/// measured.
 class ArrayView {
 public:
     explicit ArrayView(const VARIANT& result);

@@ -1,13 +1,17 @@
 #include "store/DataFolder.h"
 
-#include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "diagtools/AnsiText.h"
+#include "diagtools/DiagTraceInfo.h"
 #include "store/RegistryText.h"
 
 namespace {
+
+constexpr char kTraceFile[] = "DataFolder";
+
+constexpr char kDataKey[] = "SOFTWARE\\Vantrel\\Data";
 
 bool IsSeparator(char c) {
     return c == '\\' || c == '/';
@@ -49,9 +53,14 @@ const char* CDataFolder::Get() {
 
 void CDataFolder::ReadOrRecordPath() {
     HKEY opened = nullptr;
-    if (::RegCreateKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE\\Vantrel\\Data", 0, nullptr, 0,
-                          kRegReadWrite, nullptr, &opened, nullptr) != ERROR_SUCCESS)
+    const LSTATUS error = ::RegCreateKeyExA(HKEY_LOCAL_MACHINE, kDataKey, 0, nullptr, 0,
+                                            kRegReadWrite, nullptr, &opened, nullptr);
+    if (error != ERROR_SUCCESS) {
+        // The store is then looked for in the root of the current drive.
+        DT_TRACE(DiagTools::kTraceError, "Unable to open or create registry key [%s], error [%ld]",
+                 kDataKey, error);
         return;
+    }
     const RegKey key(opened);
     DWORD type = 0;
     if (ReadRegistryText(key.get(), "Path", m_path, type) && *m_path)

@@ -17,26 +17,24 @@ const CComBSTR clientNameEntry(L"Name");
 const CComBSTR MACEntry(L"MAC");
 
 CStorageAccess::~CStorageAccess() {
-    Uninitialize();
+    Close();
+}
+
+void CStorageAccess::Close() {
+    // A component that could not be opened is released only.
+    if (m_opened)
+        m_storageAccess->Uninitialize();
+    m_opened = false;
+    m_storageAccess.Release();
+    m_apartment.Leave();
 }
 
 HRESULT CStorageAccess::Initialize() {
-    const HRESULT entered = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    // A component that was not opened is released, never closed; also when memory ran out.
-    const auto leave = [&] {
-        m_storageAccess.Release();
-        if (SUCCEEDED(entered))
-            ::CoUninitialize();
-    };
-    HRESULT hr = S_OK;
-    try {
-        hr = InitializeStorageAccess();
-    } catch (...) {
-        leave();
-        throw;
-    }
-    if (FAILED(hr))
-        leave();
+    m_apartment.Enter();
+    const HRESULT hr = InitializeStorageAccess();
+    m_opened = SUCCEEDED(hr);
+    if (!m_opened)
+        Close();
     RETURN_IF_FAILED_AS("InitializeStorageAccess()", hr);
     return S_OK;
 }
@@ -59,11 +57,7 @@ HRESULT CStorageAccess::InitializeStorageAccess() {
 }
 
 HRESULT CStorageAccess::Uninitialize() {
-    if (m_storageAccess) {
-        m_storageAccess->Uninitialize();
-        m_storageAccess.Release();
-        ::CoUninitialize();
-    }
+    Close();
     return S_OK;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "store/ComTypes.h"
+#include "store/InterfaceId.h"
 #include "store/ZakStorageDB.h"
 
 // Section and value names of the store, allocated once at start-up; a failure there is fatal.
@@ -14,7 +15,7 @@ extern const CComBSTR MACEntry;
 class CStorageAccess {
 public:
     CStorageAccess() = default;
-    /// Closes a store that an exception left open.
+    /// Closes what an exception left open.
     virtual ~CStorageAccess();
     CStorageAccess(const CStorageAccess&) = delete;
     CStorageAccess& operator=(const CStorageAccess&) = delete;
@@ -30,8 +31,12 @@ protected:
     /// call fails or it gives no list.
     bool ListSection(BSTR section, CComVariant& entries);
 
-    CComPtr<IZakStorageDB, IID_IZakStorageDB> m_storageAccess;
+    CComPtr<IZakStorageDB, FindStorageInterfaceId> m_storageAccess;
 
 private:
     HRESULT InitializeStorageAccess();
+    void Close();
+
+    CComApartment m_apartment;
+    bool m_opened = false;
 };

@@ -2,23 +2,38 @@
 
 #include <windows.h>
 
+#include <system_error>
+
+namespace {
+
+/// The size that the system gave for a converted text, its terminator included.
+std::size_t CheckedSize(int chars, const char* call) {
+    if (chars <= 0)
+        throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), call);
+    return static_cast<std::size_t>(chars);
+}
+
+int Narrow(const wchar_t* text, char* narrow, int chars) {
+    return ::WideCharToMultiByte(CP_THREAD_ACP, 0, text, -1, narrow, chars, nullptr, nullptr);
+}
+
+int Widen(const std::string& text, wchar_t* wide, int chars) {
+    return ::MultiByteToWideChar(CP_THREAD_ACP, 0, text.c_str(), -1, wide, chars);
+}
+
+}  // namespace
+
 std::string NarrowText(const wchar_t* text) {
     if (!text || !*text)
         return {};
-    const int chars =
-        ::WideCharToMultiByte(CP_THREAD_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (chars <= 1)
-        return {};
-    std::string narrow(static_cast<std::size_t>(chars), '\0');
-    ::WideCharToMultiByte(CP_THREAD_ACP, 0, text, -1, &narrow[0], chars, nullptr, nullptr);
-    narrow.resize(static_cast<std::size_t>(chars) - 1);
+    const int chars = Narrow(text, nullptr, 0);
+    std::string narrow(CheckedSize(chars, "WideCharToMultiByte"), '\0');
+    narrow.resize(CheckedSize(Narrow(text, &narrow[0], chars), "WideCharToMultiByte") - 1);
     return narrow;
 }
 
 CWideText::CWideText(const std::string& text) {
-    const int chars = ::MultiByteToWideChar(CP_THREAD_ACP, 0, text.c_str(), -1, nullptr, 0);
-    if (chars <= 0)
-        return;
-    m_text = std::make_unique<wchar_t[]>(static_cast<std::size_t>(chars));
-    ::MultiByteToWideChar(CP_THREAD_ACP, 0, text.c_str(), -1, m_text.get(), chars);
+    const int chars = Widen(text, nullptr, 0);
+    m_text = std::make_unique<wchar_t[]>(CheckedSize(chars, "MultiByteToWideChar"));
+    CheckedSize(Widen(text, m_text.get(), chars), "MultiByteToWideChar");
 }

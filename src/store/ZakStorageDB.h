@@ -8,8 +8,9 @@
 /// Visibility class of a stored value. The tool reads and writes public values only.
 enum E_ZAKSTORAGE_VISIBILITY { E_ZAKSTORAGE_PUBLIC = 1 };
 
-/// Interface id asked of the component. The component publishes its own id with its type library;
-/// to run against it, put that id here. Every other use of the id follows from this constant.
+inline constexpr wchar_t kZakStorageInterface[] = L"IZakStorageDB";
+
+/// The id of the interface where the component publishes none.
 inline constexpr IID IID_IZakStorageDB = {
     0x6f0c1a52, 0x3b7e, 0x4d19, {0x9a, 0x84, 0x2e, 0x5d, 0x71, 0xc0, 0xb3, 0xe6}};
 

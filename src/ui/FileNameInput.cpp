@@ -8,6 +8,7 @@
 #include "diagtools/AnsiText.h"
 #include "diagtools/DiagTraceInfo.h"
 #include "diagtools/ModulePath.h"
+#include "diagtools/RuntimeLibrary.h"
 #include "ui/ResourceIds.h"
 
 namespace {
@@ -24,6 +25,42 @@ constexpr char kFilters[] =  // pairs of text and pattern; the literal's own NUL
 // Kept as released: not the bare extension that the system's documentation asks for.
 constexpr char kDefaultExtension[] = "*.csv";
 constexpr DWORD kFileBufferBytes = 256;
+
+using FileDialogFn = BOOL APIENTRY(OPENFILENAMEA* request);
+enum DialogEntry { kSaveDialog, kOpenDialog };
+constexpr const char* kDialogEntries[] = {"GetSaveFileNameA", "GetOpenFileNameA"};
+
+/// The standard dialog; false when the user leaves it or the system has none. Its library is loaded
+/// with the first use: most runs show no dialog.
+bool ShowFileDialog(DialogEntry dialog, OPENFILENAMEA& request) {
+    static DiagTools::CRuntimeLibrary<2> library("comdlg32.dll", LOAD_LIBRARY_SEARCH_SYSTEM32,
+                                                 kDialogEntries);
+    const DWORD error = library.Load();
+    if (error != ERROR_SUCCESS) {
+        DT_TRACE(DiagTools::kTraceError, "Unable to load the file dialog, error [%lu]", error);
+        return false;
+    }
+    return library.Entry<FileDialogFn>(dialog)(&request) != FALSE;
+}
+
+/// Brings the current folder back at the end: the standard dialog moves it, and a relative name of
+/// the log file is opened anew for each message.
+class CCurrentFolder {
+public:
+    CCurrentFolder() : m_path(::GetCurrentDirectoryW(0, nullptr), L'\0') {
+        ::GetCurrentDirectoryW(static_cast<DWORD>(m_path.size()), &m_path[0]);
+    }
+    ~CCurrentFolder() {
+        if (!::SetCurrentDirectoryW(m_path.c_str()))
+            DT_TRACE(DiagTools::kTraceError, "Unable to return to the folder [%ls], error [%lu]",
+                     m_path.c_str(), ::GetLastError());
+    }
+    CCurrentFolder(const CCurrentFolder&) = delete;
+    CCurrentFolder& operator=(const CCurrentFolder&) = delete;
+
+private:
+    std::wstring m_path;
+};
 
 }  // namespace
 
@@ -79,8 +116,8 @@ void CFileNameInput::OnClickedFile() {
     request.lpstrInitialDir = ".";
     request.lpstrTitle = m_outputMode ? kOutputTitle : kInputTitle;
     request.lpstrDefExt = kDefaultExtension;
-    const BOOL chosen = m_outputMode ? ::GetSaveFileNameA(&request) : ::GetOpenFileNameA(&request);
-    if (!chosen)
+    const CCurrentFolder before;
+    if (!ShowFileDialog(m_outputMode ? kSaveDialog : kOpenDialog, request))
         return;
     m_fileName = buffer;
     ::SetWindowTextA(m_fileNameEdit, m_fileName.c_str());

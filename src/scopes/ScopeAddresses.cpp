@@ -1,0 +1,212 @@
+// The gateway's own addresses on the scopes: where they are found, and how they get into the store.
+#include <boost/algorithm/string.hpp>
+#include <iterator>
+#include <memory>
+
+#include "dhcpserver/AddressRange.h"
+#include "diagtools/HResultCheck.h"
+#include "driver/output/OutputMsg.h"
+#include "scopes/DHCPSegmentInfoImpl.h"
+#include "scopes/IpConf.h"
+#include "store/IPAddressString.h"
+#include "store/RegistryText.h"
+
+namespace {
+
+constexpr char kTraceFile[] = "DHCPSegmentInfoImpl";
+
+constexpr char kScopeIpInfo[] =  // scope id, address, mask
+    "Scope IP information : Network ID [%s], IP [%s], Mask [%s]\n";
+
+// Trace lines of more than one operation, or of more than one place.
+constexpr char kInterfaceFound[] = "Zeph-On interface found [%s]";       // name as read
+constexpr char kAddressFound[] = "Ip Address [%s] Net Mask found [%s]";  // address, mask
+constexpr char kKeyNotOpened[] = "Unable to open registry key [%s]";     // path
+// Also said of the address lists: kept as released for log searches.
+constexpr char kNoInterfaceName[] = "Unable to get interface name for registry key [%s]";  // path
+
+constexpr char kInterfacesKey[] = "SOFTWARE\\Vantrel\\Zephon\\Mode\\Interfaces\\";
+constexpr char kInterfaceMarker[] = "zeph-on";
+constexpr std::size_t kRegistryValueBytes = 4096;
+
+// Part of the traced expressions, as they stand.
+const std::string scopeIpAddressString = "Address";
+const std::string scopeNetMaskString = "Mask";
+
+bool IsGatewayInterface(const std::string& name) {
+    return boost::algorithm::contains(boost::algorithm::to_lower_copy(name), kInterfaceMarker);
+}
+
+/// Opens a key under HKEY_LOCAL_MACHINE without creating it; null when that fails.
+RegKey OpenKey(const std::string& path) {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, kRegReadWrite, &key) != ERROR_SUCCESS)
+        return nullptr;
+    return RegKey(key);
+}
+
+}  // namespace
+
+void CDHCPSegmentInfoImpl::SetDHCPIpInfo() {
+    if (FAILED(Initialize()))
+        return;
+    DT_TRACE(DiagTools::kTraceDetail, "Retrieving Scopes list");
+    TextList scopeNameList;
+    GetScopesList(scopeNameList);
+    for (std::size_t index = 0; index < scopeNameList.size(); ++index)
+        CONTAIN_EXCEPTIONS(LOG_IF_FAILED(SetDHCPScopeIpInfo(scopeNameList[index])));
+    Uninitialize();
+}
+
+HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeIpInfo(const std::string& scopeId) {
+    std::string scopeIpAddress;
+    std::string scopeIpMask;
+    RETURN_IF_FAILED(GetAdapterInfoForScope(scopeId, scopeIpAddress, scopeIpMask));
+    DisplayDetail<kScopeIpInfo>(m_output, scopeId, scopeIpAddress, scopeIpMask);
+    RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, scopesEntry,
+                                                CComBSTR(scopeId.c_str()), CComBSTR(scopeIpAddressString.c_str()),
+                                                CComVariant(scopeIpAddress.c_str())));
+    RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, scopesEntry,
+                                                CComBSTR(scopeId.c_str()), CComBSTR(scopeNetMaskString.c_str()),
+                                                CComVariant(scopeIpMask.c_str())));
+    return S_OK;
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& scopeId,
+                                                     std::string& address, std::string& mask) {
+    return m_useRegistry ? GetAdapterInfoForScopeUsingRegistry(scopeId, address, mask)
+                         : GetAdapterInfoForScopeUsingIpConf(scopeId, address, mask);
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingIpConf(const std::string& scopeId,
+                                                                std::string& address,
+                                                                std::string& mask) {
+    const std::unique_ptr<CIpConf> ipConf = CIpConf::Take();
+    if (!ipConf) {
+        DT_TRACE(DiagTools::kTraceError, "%s is NULL", "ipConf");
+        return E_POINTER;
+    }
+    // "Zehp-On" is kept as released: log searches match it.
+    DT_TRACE(DiagTools::kTraceRecord, "Searching for Network ID on Zehp-On interface [%s]",
+             scopeId.c_str());
+    for (const Adapter& adapter : ipConf->Adapters()) {
+        if (!IsGatewayInterface(adapter.displayName))
+            continue;
+        DT_TRACE(DiagTools::kTraceRecord, kInterfaceFound, adapter.displayName.c_str());
+        if (SUCCEEDED(GetAdapterInfoForScope(adapter, scopeId, address, mask)))
+            return S_OK;
+    }
+    return E_FAIL;
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const Adapter& adapter,
+                                                     const std::string& scopeId,
+                                                     std::string& address, std::string& mask) {
+    const std::uint32_t scopeNumber = CIPAddressString(scopeId).Number();
+    for (const AdapterAddress& found : adapter.addresses) {
+        DT_TRACE(DiagTools::kTraceRecord, kAddressFound, found.address.c_str(), found.mask.c_str());
+        if (GetAdapterNetworkId(found.address, found.mask) != scopeNumber)
+            continue;
+        mask = found.mask;
+        address = found.address;
+        DT_TRACE(DiagTools::kTraceRecord, kAddressFound, address.c_str(), mask.c_str());
+        return S_OK;
+    }
+    return E_FAIL;
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingRegistry(const std::string& scopeId,
+                                                                  std::string& address,
+                                                                  std::string& mask) {
+    const RegKey interfaces = OpenKey(kInterfacesKey);
+    if (!interfaces) {
+        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, kInterfacesKey);
+        return E_FAIL;
+    }
+    char subkey[3 * 255 + 1];  // at most 255 UTF-16 units, of three bytes each in UTF-8
+    for (DWORD index = 0;; ++index) {
+        DWORD chars = static_cast<DWORD>(std::size(subkey));
+        const LSTATUS error = ::RegEnumKeyExA(interfaces.get(), index, subkey, &chars, nullptr,
+                                              nullptr, nullptr, nullptr);
+        if (error != ERROR_SUCCESS && error != ERROR_NO_MORE_ITEMS)
+            DT_TRACE(DiagTools::kTraceError, "Unable to list registry key [%s], error [%ld]",
+                     kInterfacesKey, error);
+        if (error != ERROR_SUCCESS)
+            return E_FAIL;
+        const std::string path = std::string(kInterfacesKey) + subkey;
+        std::string name;
+        if (FAILED(GetInterfaceName(path, name)) || !IsGatewayInterface(name))
+            continue;
+        DT_TRACE(DiagTools::kTraceRecord, kInterfaceFound, name.c_str());
+        if (SUCCEEDED(GetAdapterInfoForScope(path, scopeId, address, mask)))
+            return S_OK;
+    }
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& registryEntryLocation,
+                                                     const std::string& scopeId,
+                                                     std::string& address, std::string& mask) {
+    TextList ipAddresses;
+    TextList subnetMasks;
+    RETURN_IF_FAILED(GetAdapterInterfaceAddresses(registryEntryLocation, ipAddresses));
+    RETURN_IF_FAILED(GetAdapterInterfaceSubnetMasks(registryEntryLocation, subnetMasks));
+    if (ipAddresses.size() != subnetMasks.size())
+        return E_FAIL;
+    Adapter adapter;
+    for (std::size_t i = 0; i < ipAddresses.size(); ++i)
+        adapter.addresses.push_back({ipAddresses[i], subnetMasks[i]});
+    return GetAdapterInfoForScope(adapter, scopeId, address, mask);
+}
+
+std::uint32_t CDHCPSegmentInfoImpl::GetAdapterNetworkId(const std::string& address,
+                                                        const std::string& mask) {
+    const std::uint32_t networkId =
+        NetworkAddress(CIPAddressString(address).Number(), CIPAddressString(mask).Number());
+    DT_TRACE(DiagTools::kTraceRecord, "Network ID [%s]", CIPAddressString(networkId).Text());
+    return networkId;
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetInterfaceName(const std::string& registryEntryLocation,
+                                               std::string& name) {
+    const RegKey key = OpenKey(registryEntryLocation);
+    if (!key) {
+        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
+        return E_FAIL;
+    }
+    char text[kRegistryValueBytes];
+    DWORD type = 0;
+    if (!ReadRegistryText(key.get(), "Interface", text, type) || type == REG_MULTI_SZ) {
+        DT_TRACE(DiagTools::kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
+        return E_FAIL;
+    }
+    name = text;
+    return S_OK;
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterInterfaceAddresses(const std::string& registryEntryLocation,
+                                                           TextList& addresses) {
+    return GetAdapterField(registryEntryLocation, "IPAddress", addresses);
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterInterfaceSubnetMasks(
+    const std::string& registryEntryLocation, TextList& masks) {
+    return GetAdapterField(registryEntryLocation, "SubnetMask", masks);
+}
+
+HRESULT CDHCPSegmentInfoImpl::GetAdapterField(const std::string& registryEntryLocation,
+                                              const char* valueName, TextList& texts) {
+    const RegKey key = OpenKey(registryEntryLocation);
+    if (!key) {
+        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
+        return E_FAIL;
+    }
+    char list[kRegistryValueBytes];
+    DWORD type = 0;
+    if (!ReadRegistryText(key.get(), valueName, list, type) || type != REG_MULTI_SZ) {
+        DT_TRACE(DiagTools::kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
+        return E_FAIL;
+    }
+    for (const char* text = list; *text; text += texts.back().size() + 1)
+        texts.emplace_back(text);
+    return S_OK;
+}
