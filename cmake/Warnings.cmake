@@ -2,7 +2,9 @@
 add_library(project_warnings INTERFACE)
 
 if(MSVC)
-    target_compile_options(project_warnings INTERFACE /W4 /WX /permissive- /utf-8)
+    # The traced texts of checked expressions hang on the preprocessor that the standard describes.
+    target_compile_options(project_warnings INTERFACE
+        /W4 /WX /permissive- /utf-8 /Zc:preprocessor)
     target_compile_definitions(project_warnings INTERFACE
         NOMINMAX _CRT_SECURE_NO_WARNINGS _WINSOCK_DEPRECATED_NO_WARNINGS)
 else()

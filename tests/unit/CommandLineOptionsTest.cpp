@@ -81,6 +81,7 @@ TEST(CommandLineOptions, ALineMeansWhatItSaysOrIsRefused) {
         {"also with a value stuck on", {"-Ca.csv"}, "! unrecognised option '-Ca.csv'"},
         {"also within a group", {"-hC"}, "! unrecognised option '-hC'"},
         {"and the capital of the one long name in capitals", {"-Z"}, "! unrecognised option '-Z'"},
+        {"nor behind three dashes", {"---C"}, "! unrecognised option '---C'"},
         {"letters without an option", {"-j"}, "! unrecognised option '-j'"},
         {"of another slash", {"/x"}, "! unrecognised option '/x'"},
         {"long names do not", {"--EXPORTCLIENTS=x.csv"}, "exportClients=x.csv"},

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "TempFile.h"
+#include "diagtools/Handle.h"
+#include "diagtools/ModuleStatistics.h"
 
 namespace {
 
@@ -37,6 +41,23 @@ TEST(CsvFile, EntriesAreTheLinesBehindTheHeaderThatSaySomething) {
         EXPECT_EQ(EntriesOf(file.Path()), row.expected);
     }
     EXPECT_EQ(EntriesOf(TempFile("csv-test-absent.csv").Path()), Texts());
+}
+
+TEST(CsvFile, AFailureToReadIsTracedAndHalfALineIsNone) {
+    constexpr char kPipe[] = "\\\\.\\pipe\\dhcpmigrate test";
+    const DiagTools::Handle pipe(
+        ::CreateNamedPipeA(kPipe, PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr));
+    std::thread writer([&] {
+        ::ConnectNamedPipe(pipe.get(), nullptr);
+        DWORD written = 0;
+        ::WriteFile(pipe.get(), "h\na\nhalf", 8, &written, nullptr);
+        ::FlushFileBuffers(pipe.get());
+        ::DisconnectNamedPipe(pipe.get());
+    });
+    const std::uint32_t before = DiagTools::CModuleStatistics::ErrorLines();
+    EXPECT_EQ(EntriesOf(kPipe), Texts({"a"}));
+    EXPECT_EQ(DiagTools::CModuleStatistics::ErrorLines(), before + 1);
+    writer.join();
 }
 
 TEST(CsvFile, EachCommaSeparatesTwoFieldsAndOnlyBlanksAndTabsAreTrimmed) {

@@ -6,6 +6,7 @@
 
 #include "LabLibrary.h"
 #include "diagtools/AnsiText.h"
+#include "diagtools/ModuleStatistics.h"
 #include "store/RegistryText.h"
 
 namespace {
@@ -110,7 +111,9 @@ TEST(DataFolder, AnObjectResolvesItOnceAndWithoutAKeyItIsEmpty) {
     EXPECT_EQ(first.Get(), temporary);
     EXPECT_STREQ(CDataFolder().Get(), "C:");
     registry.Remove();
+    const std::uint32_t before = DiagTools::CModuleStatistics::ErrorLines();
     EXPECT_STREQ(CDataFolder().Get(), "");
+    EXPECT_EQ(DiagTools::CModuleStatistics::ErrorLines(), before + 1);
 }
 
 TEST(DirectoryChain, EveryTokenIsAFolderOnTheWay) {

@@ -93,15 +93,16 @@ TEST_F(Statistics, AMutexLeftByADeadOwnerIsTakenOverAndAHeldOneGivenUpAfter5Seco
 }
 
 TEST_F(Statistics, TraceLinesOfTheProcessAreCountedByLevelAndErrorsAlsoWithoutSharedMemory) {
+    const std::uint32_t before = CModuleStatistics::ErrorLines();
     CModuleStatistics::CountTraceLine(1);
     CModuleStatistics::CountTraceLine(128);
-    EXPECT_EQ(CModuleStatistics::ErrorLines(), 1u);
+    EXPECT_EQ(CModuleStatistics::ErrorLines(), before + 1);
 
     CModuleStatistics::Initialize(nullptr);
     CModuleStatistics::Initialize(nullptr);  // a second start must not take a second slot
     for (const std::uint32_t level : {1u, 16u, 16u, 0x80000000u})
         CModuleStatistics::CountTraceLine(level);
-    EXPECT_EQ(CModuleStatistics::ErrorLines(), 2u);
+    EXPECT_EQ(CModuleStatistics::ErrorLines(), before + 2);
 
     CStatisticsMemory memory;
     ASSERT_TRUE(memory.Open());

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -70,6 +71,18 @@ TEST(ArrayView, WhatIsNoListOfVariantsIsEmpty) {
     table.parray = ::SafeArrayCreate(VT_VARIANT, 2, bounds);
     table.vt = VT_ARRAY | VT_VARIANT;
     EXPECT_EQ(ArrayView(table).size(), 0u);
+    texts.vt = VT_ARRAY | VT_VARIANT;
+    EXPECT_EQ(ArrayView(texts).size(), 0u) << "a label that lies";
+    texts.vt = VT_ARRAY | VT_BSTR;
+    CComVariant unfilled;
+    unfilled.vt = VT_ARRAY | VT_VARIANT;
+    ::SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &unfilled.parray);
+    unfilled.parray->rgsabound[0] = {3, 0};
+    EXPECT_EQ(ArrayView(unfilled).size(), 0u) << "no data";
+    CComVariant locked;
+    MakeResult(locked, {Number(5)}).parray->cLocks = 0xFFFF;
+    EXPECT_THROW(ArrayView{locked}, std::system_error) << "no more locks";
+    locked.parray->cLocks = 0;
 }
 
 TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
