@@ -1,0 +1,139 @@
+#!/usr/bin/python3
+"""Runs what the guide shows, on the lab, and compares the answers with those in the text.
+
+    ```console       `C:\\move> ` begins a command for cmd, `$ ` one for a Debian shell in the same
+                     folder; its answer follows. A line `...` stands for any lines, `…` for any text
+                     in a line. Blank lines do not count.
+    ```windows       is not run: neither Wine nor the lab has these commands
+    ```csv NAME      (or json, text) is written as NAME into the folder, in the ANSI code page
+    ```bat NAME      is there for the blocks of all pages
+    <!-- lab -->     the blocks behind it start anew: the sample gateway, an empty server, an empty
+                     folder. Faults (docs/lab.md), parted by ";", may follow: <!-- lab: FAULTS -->
+
+Other fences are an error, lest a command escape by a slip. `--show` prints what is answered.
+"""
+
+import argparse
+import difflib
+import fcntl
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tests" / "scenarios"))
+from run import HERE, WINE_ENV, Scenario
+
+PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
+STEP = re.compile(r"<!-- lab:?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
+COMMAND = re.compile(r"^(C:\\move> |\$ )", re.M)
+MARK = "= = = = ="
+
+
+class Guide(Scenario):
+    """A scenario whose commands and files stand in a page; one for each `lab` comment."""
+
+    def __init__(self, faults, options):
+        super().__init__(HERE / ".." / "guide" / "sample", options.lab, options.build, None)
+        self.prepare()
+        for name in ("find.exe", "findstr.exe"):
+            shutil.copy(options.find, self.folders["program"] / name)
+        for page in PAGES:
+            for _, fence, block in STEP.findall(page.read_text(encoding="utf-8")):
+                if fence.startswith("bat "):
+                    self.write(fence[4:], block)
+        (self.base / "server").write_text(faults.replace(";", "\n"), encoding="utf-8")
+
+    def write(self, name, text):
+        (self.folders["work"] / name).write_bytes(text.replace("\n", "\r\n").encode("cp1252"))
+
+    def answers(self, prompt, commands):
+        """Those of one shell, which keeps its variables until the prompt changes."""
+        for_cmd = prompt != "$ "
+        lines = [line for command in commands for line in (command, f"echo {MARK}")]
+        script = self.base / "commands"
+        script.write_text("\n".join(["@echo off"] * for_cmd + lines) + "\n", encoding="cp1252")
+        env = self.environment()
+        env["PATH"] = f"{ROOT / 'lab'}:{env['PATH']}"
+        # A file: what is piped into Wine's cmd ends with the first program that it starts.
+        with open(script, "rb") as typed, open(self.base / "answers", "w+b") as out:
+            subprocess.run([WINE_ENV, "cmd"] if for_cmd else ["bash"], stdin=typed, stdout=out,
+                           stderr=subprocess.STDOUT, env=env, cwd=self.folders["work"],
+                           timeout=60, check=False)
+            out.seek(0)
+            data = out.read()
+        # Before the first answer of cmd come its greeting and a prompt.
+        text = self.text_of(data).partition("work>")[2] if for_cmd else data.decode("utf-8")
+        return text.split(MARK + "\n")[:len(commands)]
+
+    def check(self, block, show):
+        """The differences, as texts; empty when each answer is the one in the block."""
+        parts = COMMAND.split(block)
+        steps = list(zip(parts[1::2], parts[2::2]))
+        problems = [] if steps and not parts[0].strip() else [f"begins with no command:\n{block}"]
+        while steps:
+            count = next((k for k, step in enumerate(steps) if step[0] != steps[0][0]), len(steps))
+            texts = [step[1].partition("\n")[::2] for step in steps[:count]]
+            answers = self.answers(steps[0][0], [command for command, _ in texts])
+            answers += ["(the shell has ended)"] * (count - len(answers))
+            for (command, expected), actual in zip(texts, answers):
+                if show:
+                    print(f"{steps[0][0]}{command}\n{actual.rstrip()}")
+                problems += self.difference(command, expected, actual)
+            del steps[:count]
+        return problems
+
+    @staticmethod
+    def difference(command, expected, actual):
+        expected, actual = ([line.rstrip() for line in text.splitlines() if line.strip()]
+                            for text in (expected, actual))
+        pattern = "".join(r"(?:.*\n)*" if line == "..." else
+                          ".*".join(map(re.escape, line.split("…"))) + "\n" for line in expected)
+        if re.fullmatch(pattern, "".join(line + "\n" for line in actual)):
+            return []
+        diff = difflib.unified_diff(expected, actual, "text", "answer", lineterm="")
+        return [f"> {command}", *diff]
+
+
+def run_page(page, options):
+    problems, guide, run = [], None, 0
+    for step in STEP.finditer(page.read_text(encoding="utf-8")):
+        faults, fence, block = step.groups()
+        if fence is None or guide is None:
+            guide = Guide((faults or "").strip(), options)
+        kind, _, name = (fence or "lab").partition(" ")
+        if kind == "console":
+            problems += guide.check(block, options.show)
+            run += len(COMMAND.findall(block))
+            journal = guide.journal.read_text(encoding="utf-8") if guide.journal.exists() else ""
+            problems += re.findall(r"^MISUSE.*", journal, re.M)
+        elif name and kind in ("csv", "json", "text"):
+            guide.write(name, block)
+        elif kind not in ("lab", "windows", "xml", "bat"):
+            problems.append(f"a fence that says nothing known: {fence!r}")
+    print("\n".join([f"{'FAILED' if problems else 'ok    '} {run:3} commands in {page.name}",
+                     *problems]))
+    return not problems
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
+    build = ROOT / "build" / "debug"
+    parser.add_argument("--build", type=Path, default=build)
+    parser.add_argument("--lab", type=Path, default=build / "lab")
+    parser.add_argument("--find", type=Path, default=build / "tests" / "guide" / "guide_find.exe")
+    parser.add_argument("--show", action="store_true")
+    parser.add_argument("pages", nargs="*", type=Path, default=PAGES)
+    options = parser.parse_args()
+    options.build = options.build.resolve()
+    (options.build / "scenarios").mkdir(parents=True, exist_ok=True)
+    # The registry is shared with the scenarios.
+    with open(options.build / "scenarios" / ".lock", "w", encoding="ascii") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        return 0 if all([run_page(page, options) for page in options.pages]) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
