@@ -5,6 +5,7 @@
 
 #include <new>
 #include <string>
+#include <vector>
 
 #include "lab/journal/FaultScript.h"
 #include "lab/journal/Journal.h"
@@ -15,6 +16,8 @@ namespace {
 /// The program id that the gateway's own component has.
 constexpr wchar_t kStorageProgId[] = L"Granite.ZakStorageDB";
 constexpr wchar_t kClassIdText[] = L"{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}";
+constexpr wchar_t kTypeLibIdText[] = L"{b8c857ca-f21b-428b-ae26-799b5353b341}";
+constexpr wchar_t kTitle[] = L"Storage component (stand-in)";
 
 HMODULE thisModule = nullptr;
 std::atomic<long> locks{0};
@@ -76,10 +79,28 @@ private:
     std::atomic<ULONG> m_references{1};
 };
 
-bool SetText(const std::wstring& key, const wchar_t* name, const std::wstring& text) {
-    return ::RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ, text.c_str(),
-                             static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t))) ==
-           ERROR_SUCCESS;
+struct KeyValue {
+    std::wstring key;  // below HKEY_CLASSES_ROOT
+    const wchar_t* name;
+    std::wstring text;
+};
+
+/// What registration writes; `path` is this DLL's.
+std::vector<KeyValue> Registration(const std::wstring& path) {
+    const std::wstring classKey = std::wstring(L"CLSID\\") + kClassIdText;
+    const std::wstring typeLibKey = std::wstring(L"TypeLib\\") + kTypeLibIdText + L"\\1.0";
+    const std::wstring progIdKey = kStorageProgId;
+    return {{progIdKey, nullptr, kTitle},
+            {progIdKey + L"\\CLSID", nullptr, kClassIdText},
+            {classKey, nullptr, kTitle},
+            {classKey + L"\\ProgID", nullptr, kStorageProgId},
+            {classKey + L"\\TypeLib", nullptr, kTypeLibIdText},
+            {classKey + L"\\Version", nullptr, L"1.0"},
+            {classKey + L"\\InprocServer32", nullptr, path},
+            {classKey + L"\\InprocServer32", L"ThreadingModel", L"Both"},
+            {typeLibKey, nullptr, kTitle},
+            {typeLibKey + L"\\FLAGS", nullptr, L"0"},
+            {typeLibKey + L"\\0\\win64", nullptr, path}};
 }
 
 }  // namespace
@@ -113,21 +134,19 @@ STDAPI DllCanUnloadNow() {
 STDAPI DllRegisterServer() {
     std::wstring path(32768, L'\0');
     path.resize(::GetModuleFileNameW(thisModule, path.data(), static_cast<DWORD>(path.size())));
-    const std::wstring classKey = std::wstring(L"CLSID\\") + kClassIdText;
-    const bool isDone = !path.empty() &&
-                        SetText(kStorageProgId, nullptr, L"Storage component (stand-in)") &&
-                        SetText(std::wstring(kStorageProgId) + L"\\CLSID", nullptr, kClassIdText) &&
-                        SetText(classKey, nullptr, L"Storage component (stand-in)") &&
-                        SetText(classKey + L"\\ProgID", nullptr, kStorageProgId) &&
-                        SetText(classKey + L"\\InprocServer32", nullptr, path) &&
-                        SetText(classKey + L"\\InprocServer32", L"ThreadingModel", L"Both");
-    return isDone ? S_OK : SELFREG_E_CLASS;
+    for (const KeyValue& value : Registration(path))
+        if (::RegSetKeyValueW(
+                HKEY_CLASSES_ROOT, value.key.c_str(), value.name, REG_SZ, value.text.c_str(),
+                static_cast<DWORD>((value.text.size() + 1) * sizeof(wchar_t))) != ERROR_SUCCESS)
+            return SELFREG_E_CLASS;
+    return S_OK;
 }
 
 STDAPI DllUnregisterServer() {
-    const std::wstring classKey = std::wstring(L"CLSID\\") + kClassIdText;
     bool isDone = true;
-    for (const std::wstring& key : {std::wstring(kStorageProgId), classKey}) {
+    for (const std::wstring& key :
+         {std::wstring(kStorageProgId), L"CLSID\\" + std::wstring(kClassIdText),
+          L"TypeLib\\" + std::wstring(kTypeLibIdText)}) {
         const LSTATUS status = ::RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
         isDone = isDone && (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND);
     }

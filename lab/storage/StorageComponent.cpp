@@ -2,8 +2,10 @@
 
 #include <set>
 
+#include "lab/journal/Environment.h"
 #include "lab/journal/FaultScript.h"
 #include "lab/journal/Journal.h"
+#include "lab/storage/ComServer.h"
 
 namespace lab {
 namespace {
@@ -35,6 +37,15 @@ std::string Word(BSTR text) {
 HRESULT UnusedSlot(const char* function) {
     JournalMisuse("store " + std::string(function) + " called");
     return E_NOTIMPL;
+}
+
+/// The interface's id: the published one, or the one that a rehearsal names.
+IID InterfaceId() {
+    const std::wstring text = EnvironmentText(L"DHCPLAB_STORAGE_IID");
+    IID id = IID_LabZakStorageDB;
+    if (!text.empty() && FAILED(::IIDFromString(text.c_str(), &id)))
+        JournalMisuse("DHCPLAB_STORAGE_IID is no id: " + Escape(text));
+    return id;
 }
 
 void SaveLeftOpen(StoreFile& file) {
@@ -85,7 +96,8 @@ void StorageComponent::CloseAllAtUnload() {
 HRESULT StorageComponent::QueryInterface(REFIID iid, void** object) {
     if (!object)
         return E_POINTER;
-    const bool isKnown = ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, IID_IZakStorageDB);
+    const bool isKnown = ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, InterfaceId()) ||
+                         ::IsEqualIID(iid, IID_IZakStorageDB);
     *object = isKnown ? static_cast<IZakStorageDB*>(this) : nullptr;
     if (!isKnown)
         return E_NOINTERFACE;

@@ -23,6 +23,8 @@ ROOT = Path(__file__).resolve().parents[2]
 HERE = Path(__file__).resolve().parent
 WINE_ENV = str(ROOT / "script" / "wine-env")
 STORAGE_CLSID = "{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}"
+STORAGE_IID = "{e60eec85-ad99-4c17-9e77-aba03d28ce17}"
+STORAGE_TYPELIB = "{b8c857ca-f21b-428b-ae26-799b5353b341}"
 TIMEOUT_SECONDS = 60
 
 # Switch of a `without` file -> what is then missing beside the program.
@@ -31,6 +33,7 @@ STAND_INS = {
     "storage": "zakstorage.dll",
     "dtclient": "DTClient.dll",
     "adapters": "iphlpapi.dll",
+    "typelib": "",  # the storage component is there, its type library is not
 }
 # Files of a scenario that are not put into the program's current folder.
 NOT_INPUT = {
@@ -126,11 +129,11 @@ def registry_value(kind, data):
     return f"hex({number:x}):" + ",".join(f"{byte:02x}" for byte in raw)
 
 
-def registry_script(lines, substitute, folders, with_storage):
+def registry_script(lines, substitute, folders, storage):
     """A .reg text: our keys emptied, then the usual settings, then the scenario's lines.
 
     A line is `Key\\Value = type:data` below HKLM\\SOFTWARE; `Key\\Value = none` takes a usual
-    setting away.
+    setting away. The value @ is a key's default one. `storage` is the component's DLL, or empty.
     """
     values = {("Vantrel\\Data", "Path"): registry_value("sz", windows_path(folders["data"]))}
     for line in lines:
@@ -148,14 +151,16 @@ def registry_script(lines, substitute, folders, with_storage):
     temp = registry_value("sz", windows_path(folders["temp"]))
     text = ["REGEDIT4", "", f"[-{software}\\Vantrel]", f"[-{classes}\\Granite.ZakStorageDB]",
             f"[-{classes}\\CLSID\\{STORAGE_CLSID}]",
+            f"[-{classes}\\Interface\\{STORAGE_IID}]",
+            f"[-{classes}\\TypeLib\\{STORAGE_TYPELIB}]",
             "[HKEY_CURRENT_USER\\Environment]", f'"TEMP"={temp}', f'"TMP"={temp}']
-    if with_storage:
-        server = registry_value("sz", windows_path(folders["program"] / STAND_INS["storage"]))
+    if storage:
+        server = registry_value("sz", windows_path(folders["program"] / storage))
         text += [f"[{classes}\\Granite.ZakStorageDB\\CLSID]", f'@="{STORAGE_CLSID}"',
                  f"[{classes}\\CLSID\\{STORAGE_CLSID}\\InprocServer32]",
                  f"@={server}", '"ThreadingModel"="Both"']
     for (key, name), value in values.items():
-        text += [f"[{software}\\{key}]", f'"{name}"={value}']
+        text += [f"[{software}\\{key}]", (name if name == "@" else f'"{name}"') + f"={value}"]
     # Version 5 texts are UTF-16; the hex forms above need it.
     text[0] = "Windows Registry Editor Version 5.00"
     return "\r\n".join(text) + "\r\n"
@@ -236,8 +241,11 @@ class Scenario:
             if source.exists():
                 shutil.copyfile(source, target)
 
+        storage = "" if "storage" in self.without else STAND_INS["storage"]
+        if "typelib" in self.without:
+            storage = "zakstorageNoTypeLib.dll"
         script = registry_script(lines_of(self.source / "registry"), self.substitute,
-                                 self.folders, STAND_INS["storage"] not in missing)
+                                 self.folders, storage)
         if with_sample:
             interfaces = (SAMPLE / "interfaces.reg").read_text(encoding="utf-8")
             script += interfaces.partition("\n")[2].replace("\n", "\r\n")
