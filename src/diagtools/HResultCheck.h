@@ -1,6 +1,7 @@
 // The HRESULT check: a failed result is traced with the text of the expression that gave it.
 //
-// In the macros the text is the code itself. clang-format is told to leave them alone; when a call
+// In the macros the text is the code itself: names inside of them are part of the log and are not to
+// be changed, not even one that looks clumsy. clang-format is told to leave them alone; when a call
 // needs a second line, break it by hand after a comma (a break there reads as one blank).
 #pragma once
 
@@ -39,7 +40,7 @@ HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
 #define LOG_IF_FAILED(...) LOG_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 #define RETURN_IF_FAILED(...) RETURN_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 
-// One record's misfortune must not cost the others: what the statement throws (memory running out
+// Decision 0002. One record's misfortune must not cost the others: what the statement throws (memory running out
 // over a text of data, say) is traced at level 1 and the loop goes on.
 #define CONTAIN_EXCEPTIONS(statement)                                           \
     do {                                                                        \

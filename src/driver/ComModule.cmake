@@ -1,7 +1,6 @@
 # com_module: makes the program that links it a COM module, with the self-registration entries
 # among its exports. Object files, since nothing in the program refers to these entries.
 add_library(com_module OBJECT "${CMAKE_CURRENT_LIST_DIR}/ComModule.cpp")
-target_include_directories(com_module PUBLIC "${CMAKE_CURRENT_LIST_DIR}/..")
 target_link_libraries(com_module PRIVATE project_warnings)
 
 # GNU ld ignores a definition file among the sources of an executable; as an argument it counts.

@@ -1,32 +1,25 @@
-#include "driver/ComModule.h"
+// The entries that make the program a COM module. It has no classes: there is nothing to register,
+// and nothing that anybody could hold.
+#include <windows.h>
 
-// Declares the four entries.
+// Declares the entries.
 #include <olectl.h>
 
-CComModule& CComModule::Instance() {
-    static CComModule instance;
-    return instance;
+STDAPI DllRegisterServer() {
+    return S_OK;
 }
 
-HRESULT CComModule::GetClassObject(REFCLSID, REFIID, void** object) {
+STDAPI DllUnregisterServer() {
+    return S_OK;
+}
+
+STDAPI DllGetClassObject(REFCLSID, REFIID, void** object) {
     if (!object)
         return E_POINTER;
     *object = nullptr;
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 
-STDAPI DllRegisterServer() {
-    return CComModule::Instance().RegisterServer();
-}
-
-STDAPI DllUnregisterServer() {
-    return CComModule::Instance().UnregisterServer();
-}
-
-STDAPI DllGetClassObject(REFCLSID classId, REFIID interfaceId, void** object) {
-    return CComModule::Instance().GetClassObject(classId, interfaceId, object);
-}
-
 STDAPI DllCanUnloadNow() {
-    return CComModule::Instance().CanUnloadNow();
+    return S_OK;
 }

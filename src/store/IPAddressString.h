@@ -13,7 +13,7 @@ public:
     static constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
 
     explicit CIPAddressString(std::uint32_t hostOrderAddress);
-    /// Takes exactly four decimal octets without leading zeros. The short and octal forms that
+    /// Decision 0001. Takes exactly four decimal octets without leading zeros. The short and octal forms that
     /// inet_addr would read as well are no addresses here: read that way they would silently move
     /// a host to another address.
     explicit CIPAddressString(const char* text);
