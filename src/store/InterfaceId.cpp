@@ -64,7 +64,11 @@ bool HasName(ITypeLib& library, UINT index) {
     return same;
 }
 
-FoundId FindInLibrary(HRESULT loaded, ITypeLib* received) {
+/// load: gives a library, as LoadTypeLib does.
+template <class Load>
+FoundId FindInLibrary(const Load& load) {
+    ITypeLib* received = nullptr;
+    const HRESULT loaded = load(&received);
     const TypeLibrary library(received);
     if (FAILED(loaded) || !library)
         return std::nullopt;
@@ -92,17 +96,15 @@ FoundId FindInRegisteredLibrary(const std::wstring& classKey) {
     if (FAILED(::IIDFromString(libraryText.c_str(), &libraryId)))
         return std::nullopt;
     // One key a version, "major.minor" in hexadecimal.
-    return FindInSubkeys(
-        L"TypeLib\\" + libraryText, [&](const std::wstring&, const wchar_t* version) {
-            unsigned short major = 0;
-            unsigned short minor = 0;
-            ITypeLib* library = nullptr;
-            return std::swscanf(version, L"%hx.%hx", &major, &minor) == 2
-                       ? FindInLibrary(
-                             ::LoadRegTypeLib(libraryId, major, minor, LOCALE_NEUTRAL, &library),
-                             library)
-                       : std::nullopt;
+    return FindInSubkeys(L"TypeLib\\" + libraryText, [&](const std::wstring&, const wchar_t* name) {
+        unsigned short major = 0;
+        unsigned short minor = 0;
+        if (std::swscanf(name, L"%hx.%hx", &major, &minor) != 2)
+            return FoundId();
+        return FindInLibrary([&](ITypeLib** library) {
+            return ::LoadRegTypeLib(libraryId, major, minor, LOCALE_NEUTRAL, library);
         });
+    });
 }
 
 /// The file in a server's command line, which may have quotation marks and arguments.
@@ -117,10 +119,10 @@ std::wstring ServerFile(const std::wstring& commandLine) {
 
 FoundId FindInServer(const std::wstring& serverKey) {
     const std::wstring file = ServerFile(ClassesText(serverKey));
-    ITypeLib* library = nullptr;
-    return file.empty()
-               ? std::nullopt
-               : FindInLibrary(::LoadTypeLibEx(file.c_str(), REGKIND_NONE, &library), library);
+    if (file.empty())
+        return std::nullopt;
+    return FindInLibrary(
+        [&](ITypeLib** library) { return ::LoadTypeLibEx(file.c_str(), REGKIND_NONE, library); });
 }
 
 FoundId FindInRegisteredInterfaces() {
