@@ -136,26 +136,25 @@ FoundId FindInRegisteredInterfaces() {
         });
 }
 
-IID Report(const IID& id, const std::wstring& source) {
-    wchar_t text[kGuidChars] = L"";
-    ::StringFromGUID2(id, text, static_cast<int>(std::size(text)));
-    DT_TRACE(DiagTools::kTraceDefault, "Interface id [%ls] published in [%ls]", text,
-             source.c_str());
-    return id;
-}
-
 }  // namespace
 
 IID FindStorageInterfaceId(REFCLSID classId) {
     wchar_t classText[kGuidChars] = L"";
     ::StringFromGUID2(classId, classText, static_cast<int>(std::size(classText)));
     const std::wstring classKey = std::wstring(L"CLSID\\") + classText;
+    const auto traced = [](const IID& id, const std::wstring& source) {
+        wchar_t text[kGuidChars] = L"";
+        ::StringFromGUID2(id, text, static_cast<int>(std::size(text)));
+        DT_TRACE(DiagTools::kTraceDefault, "Interface id [%ls] published in [%ls]", text,
+                 source.c_str());
+        return id;
+    };
     if (const FoundId found = FindInRegisteredLibrary(classKey))
-        return Report(*found, classKey + L"\\TypeLib");
+        return traced(*found, classKey + L"\\TypeLib");
     for (const wchar_t* const server : {L"\\InprocServer32", L"\\LocalServer32"})
         if (const FoundId found = FindInServer(classKey + server))
-            return Report(*found, classKey + server);
+            return traced(*found, classKey + server);
     if (const FoundId found = FindInRegisteredInterfaces())
-        return Report(*found, L"Interface");
+        return traced(*found, L"Interface");
     return IID_IZakStorageDB;
 }
