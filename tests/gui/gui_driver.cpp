@@ -107,7 +107,7 @@ HWND FindControl(HWND window, int id, const char* className) {
 
 void PrintTexts(HWND window) {
     for (HWND control : ControlsOf(window)) {
-        std::cout << "  " << ClassOf(control) << ' ' << ::GetDlgCtrlID(control) << ' '
+        std::cout << ClassOf(control) << ' ' << ::GetDlgCtrlID(control) << ' '
                   << Quoted(TextOf(control)) << '\n';
     }
 }
@@ -124,7 +124,7 @@ void PrintLayout(HWND window, int width, int height) {
         ::MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&place), 2);
         const auto unitsX = [baseX](LONG pixels) { return ::MulDiv(pixels, 4, baseX); };
         const auto unitsY = [baseY](LONG pixels) { return ::MulDiv(pixels, 8, baseY); };
-        std::cout << "  " << ::GetDlgCtrlID(control) << " at " << unitsX(place.left) << ','
+        std::cout << ::GetDlgCtrlID(control) << " at " << unitsX(place.left) << ','
                   << unitsY(place.top) << " size " << unitsX(place.right - place.left) << ','
                   << unitsY(place.bottom - place.top) << '\n';
     }
@@ -154,7 +154,7 @@ bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
     if (step == "text") {
         arguments >> id;
         HWND edit = FindControl(window, id, "Edit");
-        std::cout << "  " << Quoted(TextOf(edit)) << '\n';
+        std::cout << Quoted(TextOf(edit)) << '\n';
         return edit != nullptr;
     }
     if (step == "set") {
@@ -192,11 +192,9 @@ int main(int argc, char** argv) {
     for (std::string line; std::getline(script, line);) {
         std::istringstream arguments(line);
         std::string step;
-        if (!(arguments >> step) || step[0] == '#')
-            continue;
-        std::cout << line << '\n';
+        arguments >> step;
         if (!RunStep(step, arguments, window)) {
-            std::cout << "  cannot be done\n";
+            std::cout << "cannot be done: " << line << '\n';
             return EXIT_FAILURE;
         }
     }

@@ -13,13 +13,11 @@ import json
 import os
 import random
 import re
-import shutil
 import subprocess
 import sys
 import time
-from pathlib import Path
 
-from run import HERE, ROOT, WINE_ENV, Failure, Scenario, windows_path
+from run import ROOT, Failure, World, add_build_options, build_lock, readable
 
 sys.path.insert(0, str(ROOT / "lab"))
 from store_generator import (VENDOR, dotted, last_of, make_store, number, read_store, registry_text,
@@ -137,9 +135,9 @@ def repaired(store, after, interfaces):
     return store, console
 
 
-def migrated(store):
-    """The server after both round trips of a repaired store, and what the console tells of them."""
-    server, console = Server(), []
+def migrated(store, server):
+    """What the console tells of both round trips of a repaired store; the server holds it then."""
+    console = []
 
     def add(kind, labels, fields, call, told=""):
         if not fields[0].startswith("#"):  # that would be a comment line
@@ -159,8 +157,7 @@ def migrated(store):
             [client.get("Name", ""),
              *(client.get(key, "0.0.0.0") for key in ("IpAddress", "NetMask", "DNS1", "DNS2")),
              client.get("MAC", ""), client.get("DHCPLeaseStatus", "")], server.add_client)
-    return {"server": {"optionDefinitions": "1-76, 81", "defaults": {}, "options": {}},
-            "scopes": server.scopes, "clients": server.clients}, console
+    return console
 
 
 # The tests.
@@ -176,54 +173,59 @@ ORDER = ("open MAC repair close open addresses close open server address close o
          "close scopes import open clients export close clients import")
 
 
-def run(options, store, interfaces, command, **files):
-    """The finished scenario of a program run on this store."""
-    scenario = Scenario(HERE / "generated" / options.test, options.lab, options.build, None)
-    scenario.source = scenario.base.with_suffix(".in")
-    shutil.rmtree(scenario.source, ignore_errors=True)
-    scenario.source.mkdir(parents=True)
-    for file, text in {"store.xml": store_text(store), "registry": registry_text(interfaces),
-                       "command": command, **files}.items():
-        (scenario.source / file).write_text(text, encoding="utf-8")
-    scenario.run()
-    return scenario
+def run(options, store, interfaces, command, faults=""):
+    """The world of a program run on this store, and the run."""
+    world = World(f"generated/{options.test}", options)
+    world.store.write_text(store_text(store), encoding="utf-8")
+    (world.base / "faults").write_text(faults, encoding="utf-8")
+    for line in registry_text(interfaces).splitlines():
+        world.add_registry(re.sub(r"\\(\w+) = ", r": \1 = ", line))
+    return world, world.run(["dhcpmigrate", *command.split()]) if command else None
 
 
-def server_state(scenario):
+def console_of(world, done):
+    return world.masks.apply(readable(done.console)).replace("\\n", "").splitlines()
+
+
+def server_state(world):
     """The server's state; an expiry becomes the lease time that it gives."""
-    state = json.loads(scenario.state.read_text(encoding="utf-8"))
+    state = json.loads(world.state.read_text(encoding="utf-8"))
     for client in state["clients"].values():
         leased = client["expires"] / 1e7 - 11644473600 - LEASE
-        if scenario.masks.started - 1 <= leased <= time.time():
+        if world.masks.started - 1 <= leased <= time.time():
             client["expires"] = LEASE
-    return state
+    return {"scopes": state["scopes"], "clients": state["clients"]}
 
 
 def round_trip(options):
-    """What the server holds is what the store says, record by record; the steps keep their order."""
+    """What the server holds is what the store says, record by record, and the steps keep their
+    order. A second run changes nothing and is refused what is there."""
     store, interfaces = make_store(False, 1000)
-    scenario = run(options, store, interfaces, AUTOMATIC)
-    after = read_store(scenario.folders["data"] / "Zephon.XML")
-    expected, console = repaired(store, after, interfaces)
-    same("store", expected, after)
-    state, imported = migrated(after)
-    same("server", state, server_state(scenario))
-    same("console", scenario.masks.apply("\n".join(console + imported)).split("\n"),
-         re.findall(".* -> .*", scenario.actual["console"]))
-    steps = [next((step for call, step in PHASES if re.match(call, line)), None)
-             for line in scenario.actual["calls"].splitlines()]
-    same("steps", ORDER, " ".join(step for step, _ in itertools.groupby(filter(None, steps))))
+    world, done = run(options, store, interfaces, AUTOMATIC)
+    server = Server()
+    for _ in range(2):
+        after = read_store(world.store)
+        store, repairs = repaired(store, after, interfaces)
+        same("store", store, after)
+        imports = migrated(after, server)
+        same("server", {"scopes": server.scopes, "clients": server.clients}, server_state(world))
+        same("console", world.masks.apply("\n".join(repairs + imports)).split("\n"),
+             [line for line in console_of(world, done) if " -> " in line])
+        steps = [next((step for call, step in PHASES if re.match(call, line)), None)
+                 for line in done.calls()]
+        same("steps", ORDER, " ".join(step for step, _ in itertools.groupby(filter(None, steps))))
+        done = world.run(["dhcpmigrate", *AUTOMATIC.split()])
 
 
 def live_and_batch(options):
     """Both describe the same server, but for what netsh cannot express."""
     store, interfaces = make_store(True, 100, scopes=8)
-    live = run(options, store, interfaces, AUTOMATIC)
-    store, state = read_store(live.folders["data"] / "Zephon.XML"), server_state(live)
-    batch = run(options, store, interfaces, AUTOMATIC.replace("-a", "-b plan.bat"),
-                env="WINEPATH = <program>\n")  # its netsh comes before Wine's own
-    same("state", "null\n", batch.actual["state.after.json"])
-    said = batch.wine(["cmd", "/c", "plan.bat"], capture_output=True).stdout.decode("cp1252")
+    live, _ = run(options, store, interfaces, AUTOMATIC)
+    store, state = read_store(live.store), server_state(live)
+    batch, _ = run(options, store, interfaces, AUTOMATIC.replace("-a", "-b plan.bat"))
+    same("state", False, batch.state.exists())
+    done = batch.run(["cmd", "/c", "call plan.bat & exit 0"])
+    said = done.console.decode("cp1252")
     plan = (batch.folders["work"] / "plan.bat").read_text("cp1252").splitlines()
     commands = [" ".join(line.split()) for line in plan if line.startswith("netsh")]
     answers = ["0"] * sum(" reservedip " not in command for command in commands)
@@ -248,7 +250,7 @@ def live_and_batch(options):
         elif address in held:
             del held[address], state["clients"][address]
     same("netsh", [f"{command} -> {answer}" for command, answer in zip(commands, answers)],
-         re.findall("^netsh .*", batch.journal.read_text(encoding="utf-8"), re.M))
+         [line for line in done.log if line.startswith("netsh ")])
     same("server", state, server_state(batch))
     same("successes", answers.count("0"), said.count("\nCommand completed successfully."))
 
@@ -256,17 +258,17 @@ def live_and_batch(options):
 def faults(options):
     """Each call fails in turn: every step still runs, and only what it was about is missing."""
     store, interfaces = make_store(True, 2, scopes=2)
-    whole = run(options, store, interfaces, AUTOMATIC).actual
-    told, code = whole["console"].splitlines(), 0x80070005  # a failure to the store, too
-    calls = [line for line in whole["calls"].splitlines() if "RpcFree" not in line]
+    world, whole = run(options, store, interfaces, AUTOMATIC)
+    told, code = console_of(world, whole), 0x80070005  # a failure to the store, too
+    calls = [line for line in whole.calls() if re.match("store |Dhcp", line)]
     for call, line in enumerate(calls, 1):
         try:
-            said = run(options, store, interfaces, AUTOMATIC,
-                       server=f"any #{call} = {code}\n").actual["console"]
-            lost = [text for text in told if text not in said.splitlines()]
+            world, done = run(options, store, interfaces, AUTOMATIC, f"any #{call} = {code}\n")
+            said = console_of(world, done)
+            lost = [text for text in told if text not in said]
             same("progress", [], [text for text in lost if not re.match("Client|Scope", text)])
             same("refusals", int(re.match("Dhcp(?!GetSubnetInfo)", line) is not None),
-                 said.count(f"Failed with error [{code}]."))
+                 sum(text.endswith(f"Failed with error [{code}].") for text in said))
             # A record is told of three times. More goes with a list, a store or a scope.
             if not re.match("store (Cr|In|Enumerate |EnumerateWithValue S)|DhcpCreateS", line):
                 same("lost records", lost[:3], lost)
@@ -278,28 +280,26 @@ def locked_batch(options):
     """From the middle on another program has the batch file locked: the run goes on without it."""
     store, interfaces = make_store(True, 400, scopes=4)
     command = f"-b plan.bat -i {SERVER}"
-    whole = run(options, store, interfaces, command)
-    plan = (whole.folders["work"] / "plan.bat").read_bytes()
-    locked = run(options, store, interfaces, "# run below")
-    batch = locked.folders["work"] / "plan.bat"
-    process = {"env": locked.environment(), "cwd": batch.parent, "stdin": subprocess.PIPE}
+    world, whole = run(options, store, interfaces, command)
+    plan = (world.folders["work"] / "plan.bat").read_bytes()
+    world, _ = run(options, store, interfaces, None)
+    batch = world.folders["work"] / "plan.bat"
     console, writing = os.pipe()
     fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)  # the program waits where this is not read on
-    program = windows_path(locked.folders["program"] / "dhcpmigrate.exe")
-    with subprocess.Popen([WINE_ENV, program, *command.split()], stdout=writing, **process):
+    with world.wine(["dhcpmigrate", *command.split()], stdout=writing):
         os.close(writing)
         said = b""
         while b"add reservedip" not in said:
             said += os.read(console, 1024) or b"add reservedip never came"
         # cmd waits for input; meanwhile others can only read the file that it writes to.
-        with subprocess.Popen([WINE_ENV, "cmd", "/c", "set /p x=locked>>plan.bat"], **process):
+        with world.wine(["cmd", "/c", "set /p x=locked>>plan.bat"], stdin=subprocess.PIPE):
             until = time.time() + 20
             while b"locked" not in batch.read_bytes() and time.time() < until:
                 time.sleep(0.05)
             while piece := os.read(console, 65536):
                 said += piece
     os.close(console)
-    same("console", whole.actual["console"], locked.masks.apply(locked.text_of(said)))
+    same("console", world.masks.apply(readable(whole.console)), world.masks.apply(readable(said)))
     before = batch.read_bytes().partition(b"locked")[0]
     same("lines before the lock", before.decode(), plan[:len(before)].decode())
     same("lost lines", True, 200 < len(before) < len(plan) - 5000)
@@ -308,17 +308,12 @@ def locked_batch(options):
 def main():
     tests = {test.__name__: test for test in (round_trip, live_and_batch, faults, locked_batch)}
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--build", type=Path, default=ROOT / "build" / "debug")
-    parser.add_argument("--lab", type=Path, help="folder with the program and the stand-ins")
+    add_build_options(parser)
     parser.add_argument("--seed", type=int, default=5)
     parser.add_argument("test", choices=tests)
     options = parser.parse_args()
-    options.build = options.build.resolve()
-    options.lab = (options.lab or options.build / "lab").resolve()
     random.seed(options.seed)
-    (options.build / "scenarios").mkdir(parents=True, exist_ok=True)
-    with open(options.build / "scenarios" / ".lock", "w", encoding="ascii") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)  # the registry is shared by all scenarios of a build
+    with build_lock(options):
         try:
             tests[options.test](options)
         except (Failure, subprocess.TimeoutExpired) as problem:

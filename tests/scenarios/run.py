@@ -1,14 +1,13 @@
 #!/usr/bin/python3
-"""Runs scenarios: the real program under Wine, plain files in, plain files compared.
+"""Runs scenarios: the real program under Wine, and a transcript of what it did, compared whole.
 
-docs/testing.md describes the files of a scenario. Each run leaves what it used and made under
+docs/testing.md describes transcripts. Each run leaves what it used and made under
 <build>/scenarios/<name>, so a failure can be looked at and repeated by hand.
 """
 
 import argparse
 import difflib
 import fcntl
-import json
 import math
 import os
 import re
@@ -21,28 +20,15 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 HERE = Path(__file__).resolve().parent
+SAMPLE = ROOT / "lab" / "sample"
 WINE_ENV = str(ROOT / "script" / "wine-env")
 STORAGE_CLSID = "{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}"
 STORAGE_IID = "{e60eec85-ad99-4c17-9e77-aba03d28ce17}"
 STORAGE_TYPELIB = "{b8c857ca-f21b-428b-ae26-799b5353b341}"
 TIMEOUT_SECONDS = 60
-
-# Switch of a `without` file -> what is then missing beside the program.
-STAND_INS = {
-    "dhcpsapi": "dhcpsapi.dll",
-    "storage": "zakstorage.dll",
-    "dtclient": "DTClient.dll",
-    "adapters": "iphlpapi.dll",
-    "typelib": "",  # the storage component is there, its type library is not
-}
-# Files of a scenario that are not put into the program's current folder.
-NOT_INPUT = {
-    "command", "console", "store.xml", "store.after.xml", "registry", "server", "state.json",
-    "state.after.json", "adapters", "env", "without", "calls", "trace", "dt.log", "events",
-    "gui",
-    "gui.expected", "sample", "README.md",
-}
-SAMPLE = ROOT / "lab" / "sample"
+# What "@ without" may leave out -> what is then missing beside the program.
+STAND_INS = {"dhcpsapi": "dhcpsapi.dll", "storage": "zakstorage.dll", "dtclient": "DTClient.dll",
+             "adapters": "iphlpapi.dll", "display": None, "typelib": None}
 
 
 class Failure(Exception):
@@ -53,20 +39,24 @@ def windows_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
 
-def lines_of(path):
-    """The lines that say something; '#' starts a comment line."""
-    if not path.exists():
-        return []
-    text = path.read_text(encoding="utf-8")
-    return [line for line in text.splitlines() if line.strip() and not line.startswith("#")]
-
-
 def words_of(line):
+    """As in a shell, but that backslashes belong to Windows' paths."""
     splitter = shlex.shlex(line, posix=True, punctuation_chars=False)
     splitter.whitespace_split = True
-    splitter.commenters = ""
-    splitter.escape = ""  # backslashes belong to Windows' paths
+    splitter.commenters = splitter.escape = ""
     return list(splitter)
+
+
+def readable(data):
+    """Lines of the bytes that the program wrote: CR LF ends one, blank ones are shown as \\n at the
+    line before them (in front of the first), what else cannot be seen by its name."""
+    text = data.decode("cp1252", "backslashreplace").replace("\n", "<LF>").replace("\r<LF>", "\n")
+    text = re.sub(r"[\0-\x08\x0b-\x1f\x7f]", lambda c: f"<{ord(c[0]):02X}>", text)
+    text = text.replace("<0D>", "<CR>")
+    if text and not text.endswith("\n"):
+        text += "<no line end>\n"
+    text = re.sub(r"\A\n+(?=.)", lambda blank: "\\n" * len(blank[0]), text)
+    return re.sub(r"(?<!\n)\n(\n+)", lambda blank: "\\n" * len(blank[1]) + "\n", text)
 
 
 class Masks:
@@ -80,371 +70,359 @@ class Masks:
         self.random_macs = []
         self.started = time.time()
 
-    def learn(self, text):
-        """Random tails are what the MAC update itself says it has drawn."""
-        for mac in re.findall(r"Duplicated : changed to \[(00-04-70-[-0-9a-f]{8})\]", text):
-            if mac not in self.random_macs:
-                self.random_macs.append(mac)
-
     def apply(self, text):
         for path, name in self.folders:
             text = re.sub(re.escape(path), lambda _: f"<{name}>", text, flags=re.IGNORECASE)
         text = re.sub(r"\b[0-9a-f]{4}(-[0-9a-f]{4}){3}\b", "<unique>", text)
+        # Random tails are what the MAC update itself says it has drawn.
+        for mac in re.findall(r"Duplicated : changed to \[(00-04-70-[-0-9a-f]{8})\]", text):
+            if mac not in self.random_macs:
+                self.random_macs.append(mac)
         for number, mac in enumerate(self.random_macs, 1):
-            tail = f"<random {number}>"
-            text = text.replace(mac, "00-04-70-" + tail)
-            text = text.replace(mac.replace("-", ""), "000470" + tail)
-        text = re.sub(r'(": ?)?(?<!\d)(1[3-9]\d{16})(?!\d)', self.relative_time, text)
+            text = text.replace(mac, f"00-04-70-<random {number}>")
+        text = re.sub(r"(?<!\d)1[3-9]\d{16}(?!\d)", self.relative_time, text)
         # lab_statistics: process id and start time.
-        text = re.sub(r"^(\S+\.exe) +\d+  (running|ended  )  [-\d]{10} [:\d]{8}",
-                      r"\1 <process> \2 <time>", text, flags=re.M)
+        text = re.sub(r"(\S+\.exe) +\d+  (running|ended  )  [-\d]{10} [:\d]{8}",
+                      r"\1 <process> \2 <time>", text)
         # The diagnostics' own log begins its lines with the local time.
-        return re.sub(r"^\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text, flags=re.M)
+        return re.sub(r"\b\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text)
 
     def relative_time(self, match):
-        """A FILETIME as the distance from the run, which is the lease duration; in JSON quoted."""
-        unix = int(match[2]) / 1e7 - 11644473600
+        """A FILETIME as the distance from the run, which is the lease duration."""
+        unix = int(match[0]) / 1e7 - 11644473600
         longest = int(unix - self.started)
         shortest = math.ceil(unix - time.time())
         # A run of more than a second leaves a choice: leases are round numbers.
         roundest = max(range(shortest, longest + 1), default=longest,
                        key=lambda seconds: len(str(seconds)) - len(str(seconds).rstrip("0")))
-        text = f"<now + {roundest} s>"
-        return f'{match[1]}"{text}"' if match[1] else text
+        return f"<now + {roundest} s>"
 
 
 def registry_value(kind, data):
-    if kind in ("sz", "dword"):
-        quoted = data.replace("\\", "\\\\").replace('"', '\\"')
-        return f'"{quoted}"' if kind == "sz" else f"dword:{int(data, 0):08x}"
+    if kind == "sz":
+        return '"' + data.replace("\\", "\\\\").replace('"', '\\"') + '"'
+    if kind == "dword":
+        return f"dword:{int(data, 0):08x}"
     if kind == "expand_sz":
         number, raw = 2, (data + "\0").encode("utf-16-le")
     elif kind == "multi_sz":
         texts = data.split("|") if data else []
         number, raw = 7, "".join(text + "\0" for text in texts + [""]).encode("utf-16-le")
-    elif kind.startswith("hex"):  # hex(7) = 31,00: the bytes as they are
+    elif kind.startswith("hex"):  # hex(7):31,00: the bytes as they are
         return f"{kind}:{data}"
     else:
         raise Failure(f"registry: unknown type {kind}")
     return f"hex({number:x}):" + ",".join(f"{byte:02x}" for byte in raw)
 
 
-def registry_script(lines, substitute, folders, storage):
-    """A .reg text: our keys emptied, then the usual settings, then the scenario's lines.
+class Run:
+    """What one run of a program did: `console` as bytes, `events`, and in `log` the calls on the
+    stand-ins and the trace lines in the order of time."""
 
-    A line is `Key\\Value = type:data` below HKLM\\SOFTWARE; `Key\\Value = none` takes a usual
-    setting away. The value @ is a key's default one. `storage` is the component's DLL, or empty.
-    """
-    values = {("Vantrel\\Data", "Path"): registry_value("sz", windows_path(folders["data"]))}
-    for line in lines:
-        match = re.fullmatch(r"(.+)\\([^\\=]+?)\s*=\s*(?:(none)|([a-z_]+(?:\(\w+\))?):(.*))", line)
-        if not match:
-            raise Failure(f"registry: cannot read {line!r}")
-        key, name, none, kind, data = match.groups()
-        if none:
-            values.pop((key, name), None)
-        else:
-            values[key, name] = registry_value(kind, substitute(data))
+    def __init__(self, console, errors, log):
+        self.console = console
+        # Wine has no event log; it says on stderr what would be written.
+        kinds = {"trace": "information", "warn": "warning", "err": "error"}
+        event = re.compile(r'^[0-9a-f]+:(\w+):eventlog:ReportEventW L"(.*)"\n', re.M)
+        self.events = [f"event: {kinds[kind]} {text}" for kind, text in event.findall(errors)]
+        # The second is Wine's own remark when a file dialog looks at the drives.
+        self.errors = re.sub(r"^wine: Read access denied for device .*\n", "",
+                             event.sub("", errors), flags=re.M)
+        self.log = log.splitlines()
 
-    software = "HKEY_LOCAL_MACHINE\\SOFTWARE"
-    classes = software + "\\Classes"
-    temp = registry_value("sz", windows_path(folders["temp"]))
-    text = ["REGEDIT4", "", f"[-{software}\\Vantrel]", f"[-{classes}\\Granite.ZakStorageDB]",
-            f"[-{classes}\\CLSID\\{STORAGE_CLSID}]",
-            f"[-{classes}\\Interface\\{STORAGE_IID}]",
-            f"[-{classes}\\TypeLib\\{STORAGE_TYPELIB}]",
-            "[HKEY_CURRENT_USER\\Environment]", f'"TEMP"={temp}', f'"TMP"={temp}']
-    if storage:
-        server = registry_value("sz", windows_path(folders["program"] / storage))
-        text += [f"[{classes}\\Granite.ZakStorageDB\\CLSID]", f'@="{STORAGE_CLSID}"',
-                 f"[{classes}\\CLSID\\{STORAGE_CLSID}\\InprocServer32]",
-                 f"@={server}", '"ThreadingModel"="Both"']
-    for (key, name), value in values.items():
-        text += [f"[{software}\\{key}]", (name if name == "@" else f'"{name}"') + f"={value}"]
-    # Version 5 texts are UTF-16; the hex forms above need it.
-    text[0] = "Windows Registry Editor Version 5.00"
-    return "\r\n".join(text) + "\r\n"
+    def calls(self):
+        return [line for line in self.log if not re.match(r"\d+\|", line)]
 
 
-class Scenario:
-    def __init__(self, source, lab, build, gui_driver):
-        self.source = source
-        self.name = str(source.relative_to(HERE))
-        self.lab = lab
-        self.gui_driver = gui_driver
-        self.base = build / "scenarios" / self.name
+class World:
+    """The program with what surrounds it: folders, registry, stand-ins and their settings."""
+
+    imported = {}  # prefix -> the registry script that it has seen last
+
+    def __init__(self, name, options):
+        self.options = options
+        self.base = options.build / "scenarios" / name
         self.folders = {name: self.base / name for name in ("program", "work", "data", "temp")}
-        self.state = self.base / "state.json"
-        self.journal = self.base / "calls"
-        self.trace = self.base / "trace"
+        self.state, self.log = self.base / "state.json", self.base / "log"
+        self.store = self.folders["data"] / "Zephon.XML"
         self.masks = Masks(self.folders)
-        self.without = set(lines_of(self.source / "without"))
-        self.without_display = "display" in self.without
-        self.without.discard("display")
-        # A prefix where something ran without a display opens no windows for a while.
-        self.prefix = build / ("wine-no-display" if self.without_display else "wine-scenarios")
-        self.actual = {}
+        self.without, self.sample = set(), False
+        self.registry = {("Vantrel\\Data", "Path"): windows_path(self.folders["data"])}
+        self.registry = {key: registry_value("sz", text) for key, text in self.registry.items()}
+        self.settings = {
+            # The path is for batch files: their netsh is the lab's.
+            "TZ": "Asia/Kathmandu", "WINEPATH": windows_path(self.folders["program"]),
+            "WINEDEBUG": "-all,trace+eventlog,warn+eventlog,err+eventlog",
+            "DHCPLAB_JOURNAL": windows_path(self.log), "DHCPLAB_TRACE": windows_path(self.log),
+            "DHCPLAB_SERVER_STATE": windows_path(self.state), "DHCPLAB_JOURNAL_FREES": "0",
+            "DHCPLAB_TRACE_MASK": "1", "DHCPLAB_FAULTS": windows_path(self.base / "faults"),
+            "DHCPLAB_ADAPTERS": windows_path(self.base / "adapters")}
+        shutil.rmtree(self.base, ignore_errors=True)
+        for folder in self.folders.values():
+            folder.mkdir(parents=True)
+        for empty in ("adapters", "faults", "log"):
+            (self.base / empty).touch()
+        self.link_programs()
+
+    def link_programs(self):
+        missing = {STAND_INS[name] for name in self.without}
+        for program in self.options.lab.iterdir():
+            target = self.folders["program"] / program.name
+            target.unlink(missing_ok=True)
+            if program.suffix in (".exe", ".dll") and program.name not in missing:
+                shutil.copy(program, target) if program.stat().st_dev != self.base.stat().st_dev \
+                    else os.link(program, target)
 
     def substitute(self, text, escaped=False):
         for name, path in self.folders.items():
             path = windows_path(path)
             text = text.replace(f"<{name}>", path.replace("\\", "\\\\") if escaped else path)
-        return text
+        return re.sub(r"\{(.+?)\*(\d+)\}", lambda piece: piece[1] * int(piece[2]), text)
+
+    def add_registry(self, line):
+        """`Key: Value = type:data, ...` below HKLM\\SOFTWARE."""
+        key, _, values = line.partition(": ")
+        for value in values.split(", "):
+            match = re.fullmatch(r"(\w+|@) = ([a-z_]+(?:\(\w+\))?):(.*)", value)
+            if not match:
+                raise Failure(f"registry: cannot read {value!r}")
+            self.registry[key, match[1]] = registry_value(match[2], self.substitute(match[3]))
+
+    def registry_script(self):
+        """Our keys emptied, then these settings. The hex forms need a text in UTF-16."""
+        software = "HKEY_LOCAL_MACHINE\\SOFTWARE"
+        classes = software + "\\Classes"
+        temp = registry_value("sz", windows_path(self.folders["temp"]))
+        text = ["Windows Registry Editor Version 5.00", f"[-{software}\\Vantrel]",
+                f"[-{classes}\\Granite.ZakStorageDB]", f"[-{classes}\\CLSID\\{STORAGE_CLSID}]",
+                f"[-{classes}\\Interface\\{STORAGE_IID}]", f"[-{classes}\\TypeLib\\{STORAGE_TYPELIB}]",
+                "[HKEY_CURRENT_USER\\Environment]", f'"TEMP"={temp}', f'"TMP"={temp}']
+        if "storage" not in self.without:
+            server = "zakstorageNoTypeLib.dll" if "typelib" in self.without else "zakstorage.dll"
+            server = registry_value("sz", windows_path(self.folders["program"] / server))
+            text += [f"[{classes}\\Granite.ZakStorageDB\\CLSID]", f'@="{STORAGE_CLSID}"',
+                     f"[{classes}\\CLSID\\{STORAGE_CLSID}\\InprocServer32]",
+                     f"@={server}", '"ThreadingModel"="Both"']
+        for (key, name), value in self.registry.items():
+            text += [f"[{software}\\{key}]", f'"{name}"={value}'.replace('"@"', "@")]
+        if self.sample:
+            text += (SAMPLE / "interfaces.reg").read_text(encoding="utf-8").split("\n")[1:]
+        return "\r\n".join(text) + "\r\n"
 
     def environment(self):
         env = {name: value for name, value in os.environ.items()
                if not name.startswith(("DHCPLAB_", "WINE", "DISPLAY"))}
-        if self.without_display:
-            env["DISPLAY"] = ":9999"
-        # The path is for batch files: their netsh is the lab's.
-        env.update({"WINEPREFIX": str(self.prefix), "TZ": "UTC",
-                    "WINEPATH": windows_path(self.folders["program"]),
-                    "DHCPLAB_JOURNAL": windows_path(self.journal),
-                    "DHCPLAB_SERVER_STATE": windows_path(self.state),
-                    "DHCPLAB_TRACE": windows_path(self.trace),
-                    "DHCPLAB_ADAPTERS": windows_path(self.base / "adapters")})
-        if (self.base / "server").exists():
-            env["DHCPLAB_FAULTS"] = windows_path(self.base / "server")
-        if (self.source / "events").exists():
-            env["WINEDEBUG"] = "-all,trace+eventlog,warn+eventlog,err+eventlog"
-        for line in lines_of(self.source / "env"):
-            name, _, value = line.partition("=")
-            env[name.strip()] = self.substitute(value.strip())
-        return env
-
-    def prepare(self):
-        shutil.rmtree(self.base, ignore_errors=True)
-        for folder in self.folders.values():
-            folder.mkdir(parents=True)
-        for unknown in self.without - set(STAND_INS):
-            raise Failure(f"without: unknown stand-in {unknown}")
-        missing = {STAND_INS[name] for name in self.without}
-        for program in self.lab.iterdir():
-            if program.suffix in (".exe", ".dll") and program.name not in missing:
-                try:
-                    os.link(program, self.folders["program"] / program.name)
-                except OSError:
-                    shutil.copy(program, self.folders["program"])
-        for entry in self.source.iterdir():
-            if entry.is_file() and entry.name not in NOT_INPUT:
-                shutil.copyfile(entry, self.folders["work"] / entry.name)
-        (self.base / "adapters").touch()  # rather none than the machine's own
-        store = self.folders["data"] / "Zephon.XML"
-        sources = [("store.xml", store), ("state.json", self.state),
-                   ("server", self.base / "server"), ("adapters", self.base / "adapters")]
-        inputs = [(self.source / name, target) for name, target in sources]
-        with_sample = (self.source / "sample").exists()
-        if with_sample:
-            inputs = [(SAMPLE / "Zephon.XML", store),
-                      (SAMPLE / "adapters.txt", self.base / "adapters")] + inputs
-        for source, target in inputs:
-            if source.exists():
-                shutil.copyfile(source, target)
-
-        storage = "" if "storage" in self.without else STAND_INS["storage"]
-        if "typelib" in self.without:
-            storage = "zakstorageNoTypeLib.dll"
-        script = registry_script(lines_of(self.source / "registry"), self.substitute,
-                                 self.folders, storage)
-        if with_sample:
-            interfaces = (SAMPLE / "interfaces.reg").read_text(encoding="utf-8")
-            script += interfaces.partition("\n")[2].replace("\n", "\r\n")
-        (self.base / "settings.reg").write_text(script, encoding="utf-16", newline="")
-        self.wine(["regedit", "/S", windows_path(self.base / "settings.reg")])
+        # A prefix where something ran without a display opens no windows for a while.
+        shown = "display" not in self.without
+        prefix = self.options.build / ("wine-scenarios" if shown else "wine-no-display")
+        return {**env, "WINEPREFIX": str(prefix), **self.settings,
+                **({} if shown else {"DISPLAY": ":9999"})}
 
     def wine(self, command, **options):
-        return subprocess.run([WINE_ENV] + command, env=self.environment(),
-                              stdin=subprocess.DEVNULL, cwd=self.folders["work"],
-                              timeout=TIMEOUT_SECONDS, **options)
+        """Starts a program in the world as it is now."""
+        env, script = self.environment(), self.registry_script()
+        common = {"env": env, "cwd": self.folders["work"], "stdin": subprocess.DEVNULL,
+                  "stderr": subprocess.DEVNULL, **options}
+        if self.imported.get(env["WINEPREFIX"]) != script:
+            self.imported[env["WINEPREFIX"]] = script
+            settings = self.base / "settings.reg"
+            settings.write_text(script, encoding="utf-16", newline="")
+            subprocess.run([WINE_ENV, "regedit", "/S", windows_path(settings)], check=True,
+                           timeout=TIMEOUT_SECONDS, env=env, stderr=subprocess.DEVNULL)
+        path = self.folders["program"] / (command[0] + ".exe")
+        command[:1] = [windows_path(path) if path.exists() else command[0]]
+        return subprocess.Popen([WINE_ENV] + command, **common)
 
-    def wine_output(self, command):
-        """Files, not pipes: the desktop that Wine starts with a first window inherits them, lives
-        longer than the program, and would keep us waiting for the end of a pipe."""
+    def run(self, words):
+        """Runs a program to its end. Files, not pipes: the desktop that Wine starts with a first
+        window inherits them, lives longer than the program, and would keep us waiting for the end
+        of a pipe."""
+        before = self.log.stat().st_size
         with open(self.base / "stdout", "w+b") as out, open(self.base / "stderr", "w+b") as err:
-            done = self.wine(command, stdout=out, stderr=err)
+            code = self.wine([*words], stdout=out, stderr=err).wait(timeout=TIMEOUT_SECONDS)
             out.seek(0)
             err.seek(0)
-            return done, self.text_of(out.read()), self.text_of(err.read())
+            done = Run(out.read(), err.read().decode("utf-8", "replace"),
+                       self.log.read_bytes()[before:].decode("utf-8", "backslashreplace"))
+        misuse = [line for line in done.log if line.startswith("MISUSE")]
+        if code != 0 or done.errors or misuse:
+            raise Failure("\n".join([f"{shlex.join(words)}: exit code {code}", done.errors] +
+                                    misuse))
+        return done
 
-    def run_commands(self):
-        text = (self.source / "command").read_text(encoding="utf-8")
-        runs = [line for line in text.splitlines() if not line.startswith("#")]
-        console = []
-        for line in runs:
-            if line.startswith("!faults"):
-                faults = line[len("!faults"):].replace(";", "\n")
-                (self.base / "server").write_text(faults, encoding="utf-8")
-                console.append(f"$ {line[1:].strip()}\n")
-                continue
-            other = line.startswith("!")
-            words = words_of(self.substitute(line[1:] if other else line))
-            program = words.pop(0) if other else "dhcpmigrate"
-            path = self.folders["program"] / (program + ".exe")
-            program_path = windows_path(path) if path.exists() else program
-            done, output, errors = self.wine_output([program_path] + words)
-            if done.returncode != 0:
-                raise Failure(f"{program} {line}: exit code {done.returncode}")
-            errors = self.take_events(errors)
-            if errors:
-                raise Failure(f"{program} {line}: wrote to stderr: {errors!r}")
-            if len(runs) > 1:
-                console.append(f"$ {program} {line.lstrip('!').strip()}\n")
-            console.append(output)
-        return "".join(console)
 
-    def take_events(self, errors):
-        """Wine has no event log; it says on stderr what would be written."""
-        kinds = {"trace": "information", "warn": "warning", "err": "error"}
-        # Wine's own remark when a file dialog looks at the drives.
-        errors = re.sub(r"^wine: Read access denied for device .*\n", "", errors, flags=re.M)
-        event = re.compile(r'^[0-9a-f]+:(\w+):eventlog:ReportEventW L"(.*)"\n', re.M)
-        self.actual["events"] += "".join(
-            f"{kinds[kind]} {text}\n" for kind, text in event.findall(errors))
-        return event.sub("", errors)
+class Scenario:
+    """A transcript: read, carried out, and written anew from what happened."""
 
-    @staticmethod
-    def text_of(data):
-        return data.decode("cp1252").replace("\r\n", "\n")
+    def __init__(self, folder, options):
+        self.folder = folder
+        self.world = World(str(folder.relative_to(HERE)), options)
+        self.calls, self.trace, self.events = False, True, False
+        self.hidden, self.lines = None, 1000
+        self.known = set()  # files of the work folder that are input, or were shown
+        for source in folder.iterdir():
+            if source.is_file() and source.name != "transcript":
+                self.copy(source, self.world.folders["work"] / source.name)
+        for name, target in (("store.xml", self.world.store), ("state.json", self.world.state)):
+            if (folder / name).exists():
+                self.copy(folder / name, target)
 
-    def run(self):
-        self.prepare()
-        self.actual["events"] = ""
+    def copy(self, source, target):
+        shutil.copyfile(source, target)
+        self.known.add(target)
+
+    def indented(self, data):
+        lines = readable(data).splitlines()
+        more = len(lines) - self.lines
+        lines[self.lines:] = [f"... {more} more lines"] * (more > 0)
+        return "".join(f"  {line}\n" for line in lines)
+
+    def set(self, name, text):
+        world = self.world
+        if name in ("trace", "calls", "events"):
+            setattr(self, name, text != "off")
+            if name == "trace" and self.trace:
+                world.settings["DHCPLAB_TRACE_MASK"] = text
+        elif name == "lines":
+            self.lines = int(text) if text else 1000
+        elif name == "hide":
+            self.hidden = text
+        elif name == "env":
+            key, _, value = text.partition("=")
+            world.settings[key] = world.substitute(value)
+        elif name == "faults":
+            (world.base / "faults").write_text(text.replace(", ", "\n"), encoding="utf-8")
+        elif name == "adapters":
+            text = world.substitute(text).replace(", ", "\n")
+            (world.base / "adapters").write_text(text, encoding="utf-8")
+        elif name == "without":
+            world.without = set(text.split())
+            world.link_programs()
+        elif name == "incomplete":  # the names stay in order, as the search for one needs it
+            client = world.folders["program"] / "DTClient.dll"
+            client.unlink(missing_ok=True)
+            entry, other = text.encode(), text[:-1].encode() + bytes([ord(text[-1]) + 1])
+            client.write_bytes((world.options.lab / "DTClient.dll").read_bytes().replace(
+                entry + b"\0", other + b"\0"))
+        elif name == "registry":
+            world.add_registry(text)
+        elif name == "store":
+            self.copy(self.folder / text, world.store)
+        elif name == "state":
+            self.copy(self.folder / text, world.state)
+        elif name == "sample":
+            world.sample = True
+            self.copy(SAMPLE / "Zephon.XML", world.store)
+            self.copy(SAMPLE / "adapters.txt", world.base / "adapters")
+        elif name == "show":
+            path = Path(world.substitute(text).replace("\\", "/").removeprefix("Z:"))
+            path = world.folders["work"] / path
+            self.known.add(path)
+            return self.indented(path.read_bytes()) if path.exists() else "  <no file>\n"
+        else:
+            raise Failure(f"unknown setting {name!r}")
+        return ""
+
+    def run(self, program, line, steps):
+        """The lines to follow the command: what the windows showed, the console, the log. The steps
+        are done meanwhile."""
         driver = None
-        if (self.source / "gui").exists():
-            script = self.base / "gui"
-            steps = (self.source / "gui").read_text(encoding="utf-8")
-            script.write_text(self.substitute(steps, escaped=True), encoding="cp1252")
-            with open(self.base / "gui.expected", "wb") as seen:
-                driver = subprocess.Popen([WINE_ENV, str(self.gui_driver), windows_path(script)],
-                                          env=self.environment(), stdin=subprocess.DEVNULL,
-                                          stdout=seen)
+        if steps:
+            script = self.world.base / "gui"
+            text = "\n".join(steps).replace("; ", "\n")
+            script.write_text(self.world.substitute(text, escaped=True), encoding="cp1252")
+            with open(self.world.base / "seen", "wb") as seen:
+                driver = self.world.wine([str(self.world.options.gui_driver),
+                                          windows_path(script)], stdout=seen)
         try:
-            console = self.run_commands()
+            done = self.world.run(program + words_of(self.world.substitute(line)))
         finally:
             if driver:
                 driver.wait(timeout=TIMEOUT_SECONDS)
+        seen = self.world.base / "seen"
+        text = ""
         if driver:
-            self.actual["gui.expected"] = self.text_of((self.base / "gui.expected").read_bytes())
-        self.actual["console"] = console
-        self.collect()
+            text = self.indented(seen.read_bytes())
+        text += self.indented(done.console)
+        log = done.log
+        if program and "dtclient" not in self.world.without and log[:1] == [
+                'register|dhcpmigrate.exe|""|""'] and log[-1:] == ["unregister"]:
+            log = log[1:-1]  # a registration that is as it must be says nothing new
+        # Line numbers would change with every edit.
+        log = [re.sub(r"^(\d+\|[^|]*\|[^|]*)\|\d+\|", r"\1|", line) for line in log
+               if (self.trace if re.match(r"\d+\|", line) else
+                   self.calls or re.match("register|unregister|filter|WARNING", line))
+               and not (self.hidden and re.search(self.hidden, line))]
+        return text + "".join(f"| {line}\n" for line in log + done.events * self.events)
 
-    def collect(self):
-        if self.journal.exists():
-            calls = self.journal.read_text(encoding="utf-8")
-        else:
-            calls = ""
-        misuse = [line for line in calls.splitlines() if line.startswith("MISUSE")]
-        if misuse:
-            raise Failure("the program misused a stand-in:\n" + "\n".join(misuse))
-        self.actual["calls"] = calls
-        self.actual["trace"] = self.trace_lines()
-        store = self.folders["data"] / "Zephon.XML"
-        self.actual["store.after.xml"] = (
-            store.read_text(encoding="utf-8") if store.exists() else "")
-        self.actual["state.after.json"] = (
-            self.state.read_text(encoding="utf-8") if self.state.exists() else "null\n")
-        for made in sorted(self.folders["work"].rglob("*")):
-            if made.is_file():
-                name = "files/" + str(made.relative_to(self.folders["work"]))
-                self.actual[name] = made.read_bytes().decode("latin-1")
-        fault_log = self.folders["temp"] / "DT.LOG"
-        self.actual["dt.log"] = self.text_of(fault_log.read_bytes()) if fault_log.exists() else ""
-        left = {path.name for path in self.folders["temp"].iterdir()} - {"DT.LOG", "Zephon.XML"}
-        if left:
-            raise Failure("temporary files are left: " + ", ".join(sorted(left)))
-
-        for name in list(self.actual):
-            self.masks.learn(self.actual[name])
-        self.actual = {name: self.masks.apply(text) for name, text in self.actual.items()}
-
-    def trace_lines(self):
-        """Level, file tag, function tag and text; line numbers would change with every edit."""
-        text = self.text_of(self.trace.read_bytes()) if self.trace.exists() else ""
-        return re.sub(r"^(\d+\|[^|]*\|[^|]*)\|\d+\|", r"\1|", text, flags=re.M)
-
-    def expected_files(self):
-        """Name -> path; the console is part of every scenario, the others when they are there."""
-        paths = {name: self.source / name for name in
-                 ("console", "gui.expected", "calls", "trace", "events", "store.after.xml",
-                  "state.after.json", "dt.log")}
-        paths = {name: path for name, path in paths.items() if path.exists()}
-        paths["console"] = self.source / "console"
-        for path in (self.source / "files").rglob("*"):
-            if path.is_file():
-                paths[str(path.relative_to(self.source))] = path
-        return paths
-
-    @staticmethod
-    def encoding_of(name):
-        return "latin-1" if name.startswith("files/") else "utf-8"
-
-    def compare(self):
-        problems = []
-        expected_files = self.expected_files()
-        if (self.source / "files").exists():
-            known = {"files/" + entry.name for entry in self.source.iterdir()} | set(expected_files)
-            problems += [f"{name}: made, but not expected" for name in self.actual
-                         if name.startswith("files/") and name not in known]
-        for name, path in expected_files.items():
-            if not path.exists():
-                problems.append(f"{name}: the expected file is missing")
-                continue
-            if name not in self.actual:
-                problems.append(f"{name}: the program did not make this file")
-                continue
-            expected = path.read_bytes().decode(self.encoding_of(name))
-            actual = self.actual[name]
-            if name == "state.after.json":
-                same = json.loads(expected) == json.loads(actual)
-            else:
-                same = expected == actual
-            if not same:
-                problems += difflib.unified_diff(
-                    [repr(line)[1:-1] for line in expected.splitlines(True)],
-                    [repr(line)[1:-1] for line in actual.splitlines(True)],
-                    f"{name} (expected)", f"{name} (actual)", lineterm="")
-        if problems:
-            raise Failure("\n".join(problems))
-
-    def update(self):
-        for name, path in self.expected_files().items():
-            if name in self.actual:
-                path.write_bytes(self.actual[name].encode(self.encoding_of(name)))
+    def play(self):
+        """The transcript as it is now. What is expected in the old one is passed over."""
+        lines = (self.folder / "transcript").read_text(encoding="utf-8").splitlines()
+        lines = [line for line in lines if not line.startswith(("  ", "| "))]
+        played, steps = "", []
+        for line in lines:
+            kind, rest = line[:1], line[2:]
+            played += line + "\n"
+            if kind == "@":
+                for setting in rest.split("; "):
+                    shown = self.set(*(setting.split(" ", 1) + [""])[:2])
+                    played += self.world.masks.apply(shown)
+            elif kind in ("$", "!"):
+                program = ["dhcpmigrate"] if kind == "$" else []
+                played += self.world.masks.apply(self.run(program, rest, steps))
+                steps = []
+            elif kind == "?":  # for the run that follows
+                steps.append(rest)
+            elif line and kind != "#":
+                raise Failure(f"transcript: cannot read {line!r}")
+        made = [path for folder in ("program", "temp", "work")
+                for path in self.world.folders[folder].rglob("*")
+                if path.is_file() and path.suffix not in (".exe", ".dll") and path not in self.known]
+        return played + "".join(f"  made, but not shown: {path.name}\n" for path in sorted(made))
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--build", type=Path, default=ROOT / "build" / "debug",
-                        help="build folder; the runs are kept in its folder scenarios")
-    parser.add_argument("--lab", type=Path, help="folder with the program and the stand-ins")
-    parser.add_argument("--gui-driver", type=Path, help="program that works the windows")
+    add_build_options(parser)
     parser.add_argument("--update", action="store_true",
-                        help="rewrite the expected files that are there; review them with git diff")
+                        help="rewrites the transcripts; review them with git diff")
     parser.add_argument("scenarios", nargs="*", help="names below tests/scenarios; default: all")
     options = parser.parse_args()
-    build = options.build.resolve()
-    lab = (options.lab or build / "lab").resolve()
-    gui_driver = (options.gui_driver or build / "tests" / "gui" / "gui_driver.exe").resolve()
-
-    names = options.scenarios or [str(found.parent.relative_to(HERE))
-                                  for found in sorted(HERE.rglob("command"))]
     failed = 0
-    # The registry is shared by all scenarios of a build.
-    (build / "scenarios").mkdir(parents=True, exist_ok=True)
-    with open(build / "scenarios" / ".lock", "w", encoding="ascii") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
-        for name in names:
-            scenario = Scenario((HERE / name).resolve(), lab, build, gui_driver)
+    with build_lock(options):
+        for name in options.scenarios or sorted(found.parent.name
+                                                for found in HERE.glob("*/transcript")):
+            transcript = HERE / name / "transcript"
             try:
-                scenario.run()
+                played = Scenario(transcript.parent, options).play()
                 if options.update:
-                    scenario.update()
-                scenario.compare()
-                print(f"ok      {scenario.name}")
+                    transcript.write_text(played, encoding="utf-8")
+                expected = transcript.read_text(encoding="utf-8")
+                if played != expected:
+                    raise Failure("\n".join(difflib.unified_diff(
+                        expected.splitlines(), played.splitlines(), "expected", "actual",
+                        lineterm="")))
+                print(f"ok      {name}", flush=True)
             except (Failure, subprocess.TimeoutExpired) as problem:
                 failed += 1
-                print(f"FAILED  {scenario.name}   (see {scenario.base})\n{problem}")
+                print(f"FAILED  {name}   (see {options.build / 'scenarios' / name})\n{problem}")
     return 1 if failed else 0
+
+
+def add_build_options(parser):
+    parser.add_argument("--build", type=lambda path: Path(path).resolve(),
+                        default=ROOT / "build" / "debug",
+                        help="build folder; the runs are kept in its folder scenarios")
+
+
+def build_lock(options):
+    """The registry is shared by all scenarios of a build. Held until the file is closed."""
+    options.lab = options.build / "lab"
+    options.gui_driver = options.build / "tests" / "gui" / "gui_driver.exe"
+    (options.build / "scenarios").mkdir(parents=True, exist_ok=True)
+    lock = open(options.build / "scenarios" / ".lock", "w", encoding="ascii")
+    fcntl.flock(lock, fcntl.LOCK_EX)
+    return lock
 
 
 if __name__ == "__main__":

@@ -4,7 +4,7 @@
 
 #include <thread>
 
-#include "TempFile.h"
+#include "LabLibrary.h"
 #include "diagtools/Handle.h"
 #include "diagtools/ModuleStatistics.h"
 
@@ -34,13 +34,12 @@ TEST(CsvFile, EntriesAreTheLinesBehindTheHeaderThatSaySomething) {
         {"header only", "h", {}},
         {"empty", "", {}},
     };
+    const lab_test::Folder folder;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
-        const TempFile file("csv-test.csv");
-        file.Write(row.bytes);
-        EXPECT_EQ(EntriesOf(file.Path()), row.expected);
+        lab_test::WriteAll(folder / L"a.csv", row.bytes);
+        EXPECT_EQ(EntriesOf(std::filesystem::path(folder / L"a.csv").string()), row.expected);
     }
-    EXPECT_EQ(EntriesOf(TempFile("csv-test-absent.csv").Path()), Texts());
 }
 
 TEST(CsvFile, AFailureToReadIsTracedAndHalfALineIsNone) {

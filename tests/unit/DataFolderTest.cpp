@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "LabLibrary.h"
-#include "diagtools/AnsiText.h"
 #include "diagtools/ModuleStatistics.h"
 #include "store/RegistryText.h"
 
@@ -130,16 +129,6 @@ TEST(DirectoryChain, EveryTokenIsAFolderOnTheWay) {
     EXPECT_EQ(CreateDirectoryChain("\\\\leading\\x"), S_OK);
     std::filesystem::current_path(before);
     EXPECT_TRUE(std::filesystem::is_directory(base + "leading\\x")) << "relative, as released";
-}
-
-TEST(AnsiText, ASecondByteIsNoCharacterOfItsOwn) {
-    const char text[] = "a\x83\x5C\x83";  // the middle one is a single character of code page 932
-    EXPECT_EQ(DiagTools::NextCharacter(text + 1, 932), text + 3);
-    EXPECT_EQ(DiagTools::NextCharacter(text + 1, 1252), text + 2);
-    EXPECT_EQ(DiagTools::NextCharacter(text + 3, 932), text + 4) << "nothing follows the half";
-    for (const auto& [bytes, whole] : {std::pair{0, 0}, {1, 1}, {2, 1}, {3, 3}, {9, 4}})
-        EXPECT_EQ(DiagTools::WholeCharacters(text, static_cast<std::size_t>(bytes), 932),
-                  static_cast<std::size_t>(whole));
 }
 
 }  // namespace

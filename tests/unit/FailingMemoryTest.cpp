@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "LabLibrary.h"
 #include "RecordingServer.h"
-#include "TempFile.h"
 #include "clients/CsvFile.h"
 #include "clients/DHCPClientInfoImpl.h"
 #include "driver/output/OutputMsg.h"
@@ -119,28 +119,31 @@ TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
 }
 
 TEST(FailingMemory, ABatchFileHasWholeLinesAndNoTrailerAfterAnException) {
-    const TempFile file("failing.bat");
+    const lab_test::Folder folder;
+    const std::string path = std::filesystem::path(folder / L"a.bat").string();
     FailEachAllocation(
         [&] {
             try {
-                CNetshCommands writer({}, kServer, file.Path());
+                CNetshCommands writer({}, kServer, path);
                 writer.AddScopeCommands(kName, "10.1.0.0", "10.1.0.1", "255.255.0.0", kName, 60);
             } catch (const std::bad_alloc&) {
             }
             failingAllocation = 0;
-            return file.Read();
+            return lab_test::ReadAll(folder / L"a.bat");
         },
         IsABeginning);
 }
 
 TEST(FailingMemory, ACsvFileLosesOneEntryAtMost) {
-    const TempFile file("failing.csv");
-    file.Write("header\n" + std::string(9000, 'a') + "\n" + std::string(70000, 'b') + "\nc\n");
+    const lab_test::Folder folder;
+    const std::string path = std::filesystem::path(folder / L"a.csv").string();
+    lab_test::WriteAll(folder / L"a.csv", "header\n" + std::string(9000, 'a') + "\n" +
+                                              std::string(70000, 'b') + "\nc\n");
     FailEachAllocation(
         [&] {
             char seen[8] = "";
             char* at = seen;
-            ForEachCsvEntry(file.Path(), [&](const std::string& line) { *at++ = line.front(); });
+            ForEachCsvEntry(path, [&](const std::string& line) { *at++ = line.front(); });
             return std::string(seen);
         },
         [](long n, const std::string& whole, const std::string& left) {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "LabLibrary.h"
-#include "TempFile.h"
+#include "TemporaryFolderIs.h"
 #include "diagtools/Handle.h"
 
 namespace {

@@ -58,6 +58,7 @@ TEST(AnsiText, IsCutBetweenCharactersOnly) {
         {"both bytes of a character stay together", "a\x83\\b", 2, 1},
         {"and come together", "a\x83\\b", 3, 3},
         {"a lead byte without its second", "a\x83", 9, 2},
+        {"the code of a backslash is no character here", "\x83\\", 1, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);

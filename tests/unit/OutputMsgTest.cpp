@@ -5,8 +5,8 @@
 #include <boost/make_shared.hpp>
 #include <vector>
 
+#include "LabLibrary.h"
 #include "RecordingServer.h"
-#include "TempFile.h"
 #include "diagtools/Handle.h"
 #include "scopes/DHCPSegmentInfoImpl.h"
 
@@ -63,35 +63,41 @@ TEST(OutputMsg, AMessageIsOneWriteOnStandardOutputInTextMode) {
 }
 
 TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
-    const TempFile log("log.txt");
-    log.Write("of the run before");
-    const DiagTools::Handle reader(::CreateFileA(log.Path().c_str(), GENERIC_READ | GENERIC_WRITE,
+    const lab_test::Folder folder;
+    const std::string path = std::filesystem::path(folder / L"log.txt").string();
+    lab_test::WriteAll(folder / L"log.txt", "of the run before");
+    const DiagTools::Handle reader(::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                                  OPEN_EXISTING, 0, nullptr));
+    const auto content = [&folder] { return lab_test::ReadAll(folder / L"log.txt"); };
     MessagePipe console;
     COutputMsg output;
-    output.SetOutputLogFile(log.Path());
-    EXPECT_EQ(log.Read(), "");
+    output.SetOutputLogFile(path);
+    EXPECT_EQ(content(), "");
     output.DisplayMsg("a\r\n", false);
-    EXPECT_EQ(log.Read(), "a\r\r\n");
-    log.Write("theirs");
+    EXPECT_EQ(content(), "a\r\r\n");
+    lab_test::WriteAll(folder / L"log.txt", "theirs");
     output.DisplayMsg("b", false);
-    EXPECT_EQ(log.Read(), "theirsb");
-    output.SetOutputLogFile(testing::TempDir() + "nosuch\\log.txt");
+    EXPECT_EQ(content(), "theirsb");
+    output.SetOutputLogFile(path + "\\log.txt");
     output.DisplayMsg("lost", false);
     EXPECT_EQ(console.Messages(), Texts());
     output.SetOutputLogFile("");
     output.DisplayMsg("c", false);
     EXPECT_EQ(console.Messages(), Texts{"c"});
+    DisplayThrough(boost::weak_ptr<COutputMsg>(), "its owner has let go", false);
+    EXPECT_EQ(console.Messages(), Texts());
 }
 
 TEST(OutputMsg, LongTextsAreNeverCut) {
+    const lab_test::Folder folder;
     const std::string name(40000, 'n');
-    const TempFile csv("long.csv");
-    csv.Write("header\n" + name + ",10.1.0.1,255.255.0.0,10.1.0.0,%n%s\x07");
+    lab_test::WriteAll(folder / L"a.csv",
+                       "header\n" + name + ",10.1.0.1,255.255.0.0,10.1.0.0,%n%s\x07");
     MessagePipe console;
     const auto output = boost::make_shared<COutputMsg>();
-    CDHCPSegmentInfoImpl(output, "10.0.0.2", 60).SetDHCPInfo(csv.Path());
+    CDHCPSegmentInfoImpl(output, "10.0.0.2", 60).SetDHCPInfo(
+        std::filesystem::path(folder / L"a.csv").string());
     const Texts expected = {"Scope to add in DHCP server : Name [" + name +
                             "], IP Address [10.1.0.1], NetMask [255.255.0.0], Scope [10.1.0.0], "
                             "Comments [%n%s\x07] -> OK\r\n"};

@@ -6,6 +6,8 @@
 #include <system_error>
 #include <vector>
 
+#include "store/TextConversion.h"
+
 namespace {
 
 using Fill = std::function<void(VARIANT&)>;
@@ -83,6 +85,15 @@ TEST(ArrayView, WhatIsNoListOfVariantsIsEmpty) {
     MakeResult(locked, {Number(5)}).parray->cLocks = 0xFFFF;
     EXPECT_THROW(ArrayView{locked}, std::system_error) << "no more locks";
     locked.parray->cLocks = 0;
+}
+
+TEST(TextConversion, IsThatOfTheThreadsCodePage) {
+    const LCID before = ::GetThreadLocale();
+    ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
+    EXPECT_EQ(NarrowText(L"a\x3042"), "a\x82\xa0");
+    EXPECT_STREQ(CWideText("a\x82\xa0").Get(), L"a\x3042");
+    ::SetThreadLocale(before);
+    EXPECT_EQ(NarrowText(nullptr), "");
 }
 
 TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
