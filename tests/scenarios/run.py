@@ -218,17 +218,28 @@ class World:
         return {**env, "WINEPREFIX": str(prefix), **self.settings,
                 **({} if shown else {"DISPLAY": ":9999"})}
 
+    def import_registry(self, env):
+        script = self.registry_script()
+        if self.imported.get(env["WINEPREFIX"]) == script:
+            return
+        self.imported[env["WINEPREFIX"]] = script
+        settings = self.base / "settings.reg"
+        settings.write_text(script, encoding="utf-16", newline="")
+        subprocess.run([WINE_ENV, "regedit", "/S", windows_path(settings)], check=True,
+                       timeout=TIMEOUT_SECONDS, env=env, stderr=subprocess.DEVNULL)
+
+    def use_sample(self):
+        """The sample gateway: its store, interfaces and adapters."""
+        self.sample = True
+        shutil.copyfile(SAMPLE / "Zephon.XML", self.store)
+        shutil.copyfile(SAMPLE / "adapters.txt", self.base / "adapters")
+
     def wine(self, command, **options):
         """Starts a program in the world as it is now."""
-        env, script = self.environment(), self.registry_script()
+        env = self.environment()
         common = {"env": env, "cwd": self.folders["work"], "stdin": subprocess.DEVNULL,
                   "stderr": subprocess.DEVNULL, **options}
-        if self.imported.get(env["WINEPREFIX"]) != script:
-            self.imported[env["WINEPREFIX"]] = script
-            settings = self.base / "settings.reg"
-            settings.write_text(script, encoding="utf-16", newline="")
-            subprocess.run([WINE_ENV, "regedit", "/S", windows_path(settings)], check=True,
-                           timeout=TIMEOUT_SECONDS, env=env, stderr=subprocess.DEVNULL)
+        self.import_registry(env)
         path = self.folders["program"] / (command[0] + ".exe")
         command[:1] = [windows_path(path) if path.exists() else command[0]]
         return subprocess.Popen([WINE_ENV] + command, **common)
@@ -311,9 +322,7 @@ class Scenario:
         elif name == "state":
             self.copy(self.folder / text, world.state)
         elif name == "sample":
-            world.sample = True
-            self.copy(SAMPLE / "Zephon.XML", world.store)
-            self.copy(SAMPLE / "adapters.txt", world.base / "adapters")
+            world.use_sample()
         elif name == "show":
             path = Path(world.substitute(text).replace("\\", "/").removeprefix("Z:"))
             path = world.folders["work"] / path
