@@ -15,7 +15,6 @@ Other fences are an error, lest a command escape by a slip. `--show` prints what
 
 import argparse
 import difflib
-import fcntl
 import re
 import shutil
 import subprocess
@@ -24,7 +23,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tests" / "scenarios"))
-from run import HERE, WINE_ENV, Scenario
+from run import World, add_build_options, build_lock, windows_path
 
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
 STEP = re.compile(r"<!-- lab:?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
@@ -32,19 +31,23 @@ COMMAND = re.compile(r"^(C:\\move> |\$ )", re.M)
 MARK = "= = = = ="
 
 
-class Guide(Scenario):
-    """A scenario whose commands and files stand in a page; one for each `lab` comment."""
+class Guide(World):
+    """A world whose commands and files stand in a page; one for each `lab` comment."""
 
     def __init__(self, faults, options):
-        super().__init__(HERE / ".." / "guide" / "sample", options.lab, options.build, None)
-        self.prepare()
+        super().__init__("guide", options)
+        self.take_sample()
+        self.settings.update({
+            "WINEDEBUG": "-all",
+            "DHCPLAB_SERVER_STATE": windows_path(self.folders["work"] / "server.json")})
         for name in ("find.exe", "findstr.exe"):
-            shutil.copy(options.find, self.folders["program"] / name)
+            shutil.copy(options.build / "tests" / "guide" / "guide_find.exe",
+                        self.folders["program"] / name)
         for page in PAGES:
             for _, fence, block in STEP.findall(page.read_text(encoding="utf-8")):
                 if fence.startswith("bat "):
                     self.write(fence[4:], block)
-        (self.base / "server").write_text(faults.replace(";", "\n"), encoding="utf-8")
+        (self.base / "faults").write_text(faults.replace(";", "\n"), encoding="utf-8")
 
     def write(self, name, text):
         (self.folders["work"] / name).write_bytes(text.replace("\n", "\r\n").encode("cp1252"))
@@ -59,13 +62,14 @@ class Guide(Scenario):
         env["PATH"] = f"{ROOT / 'lab'}:{env['PATH']}"
         # A file: what is piped into Wine's cmd ends with the first program that it starts.
         with open(script, "rb") as typed, open(self.base / "answers", "w+b") as out:
-            subprocess.run([WINE_ENV, "cmd"] if for_cmd else ["bash"], stdin=typed, stdout=out,
-                           stderr=subprocess.STDOUT, env=env, cwd=self.folders["work"],
-                           timeout=60, check=False)
+            start = self.wine if for_cmd else subprocess.Popen
+            start(["cmd" if for_cmd else "bash"], stdin=typed, stdout=out,
+                  stderr=subprocess.STDOUT, env=env, cwd=self.folders["work"]).wait(timeout=60)
             out.seek(0)
             data = out.read()
         # Before the first answer of cmd come its greeting and a prompt.
-        text = self.text_of(data).partition("work>")[2] if for_cmd else data.decode("utf-8")
+        text = data.decode("cp1252" if for_cmd else "utf-8").replace("\r\n", "\n")
+        text = text.partition("work>")[2] if for_cmd else text
         return text.split(MARK + "\n")[:len(commands)]
 
     def check(self, block, show):
@@ -107,8 +111,7 @@ def run_page(page, options):
         if kind == "console":
             problems += guide.check(block, options.show)
             run += len(COMMAND.findall(block))
-            journal = guide.journal.read_text(encoding="utf-8") if guide.journal.exists() else ""
-            problems += re.findall(r"^MISUSE.*", journal, re.M)
+            problems += re.findall(r"^MISUSE.*", guide.log.read_text(encoding="utf-8"), re.M)
         elif name and kind in ("csv", "json", "text"):
             guide.write(name, block)
         elif kind not in ("lab", "windows", "xml", "bat"):
@@ -120,18 +123,11 @@ def run_page(page, options):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
-    build = ROOT / "build" / "debug"
-    parser.add_argument("--build", type=Path, default=build)
-    parser.add_argument("--lab", type=Path, default=build / "lab")
-    parser.add_argument("--find", type=Path, default=build / "tests" / "guide" / "guide_find.exe")
+    add_build_options(parser)
     parser.add_argument("--show", action="store_true")
     parser.add_argument("pages", nargs="*", type=Path, default=PAGES)
     options = parser.parse_args()
-    options.build = options.build.resolve()
-    (options.build / "scenarios").mkdir(parents=True, exist_ok=True)
-    # The registry is shared with the scenarios.
-    with open(options.build / "scenarios" / ".lock", "w", encoding="ascii") as lock:
-        fcntl.flock(lock, fcntl.LOCK_EX)
+    with build_lock(options):
         return 0 if all([run_page(page, options) for page in options.pages]) else 1
 
 

@@ -173,6 +173,12 @@ class World:
                 shutil.copy(program, target) if program.stat().st_dev != self.base.stat().st_dev \
                     else os.link(program, target)
 
+    def take_sample(self):
+        """The sample gateway: its store, interfaces and adapters."""
+        self.sample = True
+        shutil.copyfile(SAMPLE / "Zephon.XML", self.store)
+        shutil.copyfile(SAMPLE / "adapters.txt", self.base / "adapters")
+
     def substitute(self, text, escaped=False):
         for name, path in self.folders.items():
             path = windows_path(path)
@@ -311,9 +317,7 @@ class Scenario:
         elif name == "state":
             self.copy(self.folder / text, world.state)
         elif name == "sample":
-            world.sample = True
-            self.copy(SAMPLE / "Zephon.XML", world.store)
-            self.copy(SAMPLE / "adapters.txt", world.base / "adapters")
+            world.take_sample()
         elif name == "show":
             path = Path(world.substitute(text).replace("\\", "/").removeprefix("Z:"))
             path = world.folders["work"] / path
