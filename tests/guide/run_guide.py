@@ -23,7 +23,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tests" / "scenarios"))
-from run import WINE_ENV, World, add_build_options, build_lock
+from run import World, add_build_options, build_lock, windows_path
 
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
 STEP = re.compile(r"<!-- lab:?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
@@ -32,15 +32,17 @@ MARK = "= = = = ="
 
 
 class Guide(World):
-    """The world of the commands in a page; a new one for each `lab` comment."""
+    """A world whose commands and files stand in a page; one for each `lab` comment."""
 
     def __init__(self, faults, options):
         super().__init__("guide", options)
-        self.use_sample()
-        self.settings.update(TZ="UTC", WINEDEBUG="-all", DHCPLAB_TRACE_MASK="",
-                             DHCPLAB_SERVER_STATE="server.json")
+        self.take_sample()
+        self.settings.update({
+            "WINEDEBUG": "-all",
+            "DHCPLAB_SERVER_STATE": windows_path(self.folders["work"] / "server.json")})
         for name in ("find.exe", "findstr.exe"):
-            shutil.copy(options.find, self.folders["program"] / name)
+            shutil.copy(options.build / "tests" / "guide" / "guide_find.exe",
+                        self.folders["program"] / name)
         for page in PAGES:
             for _, fence, block in STEP.findall(page.read_text(encoding="utf-8")):
                 if fence.startswith("bat "):
@@ -57,18 +59,17 @@ class Guide(World):
         script = self.base / "commands"
         script.write_text("\n".join(["@echo off"] * for_cmd + lines) + "\n", encoding="cp1252")
         env = self.environment()
-        self.import_registry(env)
         env["PATH"] = f"{ROOT / 'lab'}:{env['PATH']}"
         # A file: what is piped into Wine's cmd ends with the first program that it starts.
         with open(script, "rb") as typed, open(self.base / "answers", "w+b") as out:
-            subprocess.run([WINE_ENV, "cmd"] if for_cmd else ["bash"], stdin=typed, stdout=out,
-                           stderr=subprocess.STDOUT, env=env, cwd=self.folders["work"],
-                           timeout=60, check=False)
+            start = self.wine if for_cmd else subprocess.Popen
+            start(["cmd" if for_cmd else "bash"], stdin=typed, stdout=out,
+                  stderr=subprocess.STDOUT, env=env, cwd=self.folders["work"]).wait(timeout=60)
             out.seek(0)
             data = out.read()
         # Before the first answer of cmd come its greeting and a prompt.
-        text = (data.decode("cp1252").replace("\r\n", "\n").partition("work>")[2] if for_cmd
-                else data.decode("utf-8"))
+        text = data.decode("cp1252" if for_cmd else "utf-8").replace("\r\n", "\n")
+        text = text.partition("work>")[2] if for_cmd else text
         return text.split(MARK + "\n")[:len(commands)]
 
     def check(self, block, show):
@@ -126,7 +127,6 @@ def main():
     parser.add_argument("--show", action="store_true")
     parser.add_argument("pages", nargs="*", type=Path, default=PAGES)
     options = parser.parse_args()
-    options.find = options.build / "tests" / "guide" / "guide_find.exe"
     with build_lock(options):
         return 0 if all([run_page(page, options) for page in options.pages]) else 1
 

@@ -173,6 +173,12 @@ class World:
                 shutil.copy(program, target) if program.stat().st_dev != self.base.stat().st_dev \
                     else os.link(program, target)
 
+    def take_sample(self):
+        """The sample gateway: its store, interfaces and adapters."""
+        self.sample = True
+        shutil.copyfile(SAMPLE / "Zephon.XML", self.store)
+        shutil.copyfile(SAMPLE / "adapters.txt", self.base / "adapters")
+
     def substitute(self, text, escaped=False):
         for name, path in self.folders.items():
             path = windows_path(path)
@@ -218,28 +224,17 @@ class World:
         return {**env, "WINEPREFIX": str(prefix), **self.settings,
                 **({} if shown else {"DISPLAY": ":9999"})}
 
-    def import_registry(self, env):
-        script = self.registry_script()
-        if self.imported.get(env["WINEPREFIX"]) == script:
-            return
-        self.imported[env["WINEPREFIX"]] = script
-        settings = self.base / "settings.reg"
-        settings.write_text(script, encoding="utf-16", newline="")
-        subprocess.run([WINE_ENV, "regedit", "/S", windows_path(settings)], check=True,
-                       timeout=TIMEOUT_SECONDS, env=env, stderr=subprocess.DEVNULL)
-
-    def use_sample(self):
-        """The sample gateway: its store, interfaces and adapters."""
-        self.sample = True
-        shutil.copyfile(SAMPLE / "Zephon.XML", self.store)
-        shutil.copyfile(SAMPLE / "adapters.txt", self.base / "adapters")
-
     def wine(self, command, **options):
         """Starts a program in the world as it is now."""
-        env = self.environment()
+        env, script = self.environment(), self.registry_script()
         common = {"env": env, "cwd": self.folders["work"], "stdin": subprocess.DEVNULL,
                   "stderr": subprocess.DEVNULL, **options}
-        self.import_registry(env)
+        if self.imported.get(env["WINEPREFIX"]) != script:
+            self.imported[env["WINEPREFIX"]] = script
+            settings = self.base / "settings.reg"
+            settings.write_text(script, encoding="utf-16", newline="")
+            subprocess.run([WINE_ENV, "regedit", "/S", windows_path(settings)], check=True,
+                           timeout=TIMEOUT_SECONDS, env=env, stderr=subprocess.DEVNULL)
         path = self.folders["program"] / (command[0] + ".exe")
         command[:1] = [windows_path(path) if path.exists() else command[0]]
         return subprocess.Popen([WINE_ENV] + command, **common)
@@ -322,7 +317,7 @@ class Scenario:
         elif name == "state":
             self.copy(self.folder / text, world.state)
         elif name == "sample":
-            world.use_sample()
+            world.take_sample()
         elif name == "show":
             path = Path(world.substitute(text).replace("\\", "/").removeprefix("Z:"))
             path = world.folders["work"] / path
