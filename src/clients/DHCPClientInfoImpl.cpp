@@ -47,8 +47,8 @@ static_assert(std::size(kClientFields) == kFieldCount);
 
 using ClientFields = std::vector<std::string>;
 
-std::string FieldText(const CComVariant& value) {
-    return value.vt == VT_UI4 ? CIPAddressString(value.ulVal).Text() : value.Narrow();
+std::string FieldText(const CStoreValue& value) {
+    return value.Get().vt == VT_UI4 ? CIPAddressString(value.Get().ulVal).Text() : value.Narrow();
 }
 
 template <const auto& Text>
@@ -100,10 +100,10 @@ HRESULT CDHCPClientInfoImpl::GetDHCPClientInfo(BSTR clientGuid, std::string& lin
         return S_OK;
     DT_TRACE(DiagTools::kTraceDetail, "Information for client [%s] retrieved successfully",
              NarrowText(clientGuid).c_str());
-    CComVariant values[kFieldCount];
+    const ArrayView pairs(clientInfoArray);
+    CStoreValue values[kFieldCount];
     const StoreFailure failure =
-        ReadFields(ArrayView(clientInfoArray), "clientInfoPropName.ChangeType(VT_BSTR)",
-                   kClientFields, values);
+        ReadFields(pairs, "clientInfoPropName.ChangeType(VT_BSTR)", kClientFields, values);
     RETURN_IF_FAILED_AS(failure.text, failure.hr);
 
     ClientFields fields(kFieldCount);

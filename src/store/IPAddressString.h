@@ -13,9 +13,9 @@ public:
     static constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
 
     explicit CIPAddressString(std::uint32_t hostOrderAddress);
-    /// Decision 0001. Takes exactly four decimal octets without leading zeros. The short and octal forms that
-    /// inet_addr would read as well are no addresses here: read that way they would silently move
-    /// a host to another address.
+    /// Decision 0001. Takes exactly four decimal octets without leading zeros. The short and octal
+    /// forms that inet_addr would read as well are no addresses here: read that way they would
+    /// silently move a host to another address.
     explicit CIPAddressString(const char* text);
     explicit CIPAddressString(const std::string& text) : CIPAddressString(text.c_str()) {}
 

@@ -2,23 +2,19 @@
 
 #include <windows.h>
 
+#include <cwchar>
 #include <system_error>
 
 namespace {
 
-/// The size that the system gave for a converted text, its terminator included.
-std::size_t CheckedSize(int chars, const char* call) {
-    if (chars <= 0)
+/// No ANSI code page, UTF-8 included, has more bytes for a UTF-16 unit.
+constexpr std::size_t kMaxBytesPerUnit = 4;
+
+/// What the system gave for the size of a converted text, its terminator included.
+std::size_t CheckedSize(int size, const char* call) {
+    if (size <= 0)
         throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), call);
-    return static_cast<std::size_t>(chars);
-}
-
-int Narrow(const wchar_t* text, char* narrow, int chars) {
-    return ::WideCharToMultiByte(CP_THREAD_ACP, 0, text, -1, narrow, chars, nullptr, nullptr);
-}
-
-int Widen(const std::string& text, wchar_t* wide, int chars) {
-    return ::MultiByteToWideChar(CP_THREAD_ACP, 0, text.c_str(), -1, wide, chars);
+    return static_cast<std::size_t>(size);
 }
 
 }  // namespace
@@ -26,14 +22,17 @@ int Widen(const std::string& text, wchar_t* wide, int chars) {
 std::string NarrowText(const wchar_t* text) {
     if (!text || !*text)
         return {};
-    const int chars = Narrow(text, nullptr, 0);
-    std::string narrow(CheckedSize(chars, "WideCharToMultiByte"), '\0');
-    narrow.resize(CheckedSize(Narrow(text, &narrow[0], chars), "WideCharToMultiByte") - 1);
+    std::string narrow(std::wcslen(text) * kMaxBytesPerUnit + 1, '\0');
+    const int size = ::WideCharToMultiByte(CP_THREAD_ACP, 0, text, -1, &narrow[0],
+                                           static_cast<int>(narrow.size()), nullptr, nullptr);
+    narrow.resize(CheckedSize(size, "WideCharToMultiByte") - 1);
     return narrow;
 }
 
-CWideText::CWideText(const std::string& text) {
-    const int chars = Widen(text, nullptr, 0);
-    m_text = std::make_unique<wchar_t[]>(CheckedSize(chars, "MultiByteToWideChar"));
-    CheckedSize(Widen(text, m_text.get(), chars), "MultiByteToWideChar");
+CWideText::CWideText(const std::string& text)
+    : m_text(std::make_unique<wchar_t[]>(text.size() + 1)) {
+    // No character has more UTF-16 units than bytes.
+    CheckedSize(::MultiByteToWideChar(CP_THREAD_ACP, 0, text.c_str(), -1, m_text.get(),
+                                      static_cast<int>(text.size() + 1)),
+                "MultiByteToWideChar");
 }

@@ -124,16 +124,16 @@ TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
         CComVariant result;
-        CComVariant values[2];
-        const StoreFailure failure =
-            ReadFields(ArrayView(MakeResult(result, row.pairs, 1)), "pair name", fields, values);
+        CStoreValue values[2];
+        const ArrayView pairs(MakeResult(result, row.pairs, 1));
+        const StoreFailure failure = ReadFields(pairs, "pair name", fields, values);
         char actual[64];
         if (FAILED(failure.hr))
             std::snprintf(actual, sizeof(actual), "%s %08lx", failure.text,
                           static_cast<unsigned long>(failure.hr));
         else
             std::snprintf(actual, sizeof(actual), "%s %lu", values[0].Narrow().c_str(),
-                          values[1].ulVal);
+                          values[1].Get().ulVal);
         EXPECT_STREQ(actual, row.expected);
     }
 }
