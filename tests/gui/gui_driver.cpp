@@ -1,4 +1,5 @@
-/// Works the windows of another process: gui_driver SCRIPT. What it sees goes to stdout.
+/// Works the windows of another process: gui_driver SCRIPT. What it sees goes to stdout. A line of
+/// the script is a step:
 ///
 ///   wait "title"        until a visible window has this title; it is the one worked on
 ///   texts               prints class, id and text of every control
@@ -10,66 +11,36 @@
 ///   close               asks the window to close
 ///   gone                until the window is no longer there
 ///
-/// Texts know the escapes \n \t \" and \\. A step that cannot be done ends the script with 1.
+/// Texts know the escapes \" and \\, titles also %n for a line feed. A step that cannot be done ends the script with 1.
 #include <windows.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <iomanip>
 #include <iostream>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(20);
-constexpr auto kPollInterval = std::chrono::milliseconds(10);
+constexpr ULONGLONG kPatienceMs = 20000;
 
 bool WaitUntil(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + kPatience;
+    const ULONGLONG end = ::GetTickCount64() + kPatienceMs;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
+        if (::GetTickCount64() > end)
             return false;
-        std::this_thread::sleep_for(kPollInterval);
+        ::Sleep(10);
     }
     return true;
 }
 
-/// Reads "..." with its escapes.
 std::string ReadQuoted(std::istream& line) {
     std::string text;
-    char c = 0;
-    line >> c;
-    while (line.get(c) && c != '"') {
-        if (c == '\\' && line.get(c))
-            c = c == 'n' ? '\n' : c == 't' ? '\t' : c;
-        text += c;
-    }
+    line >> std::quoted(text);
     return text;
-}
-
-std::string Quoted(const std::string& text) {
-    std::string quoted = "\"";
-    for (const char c : text) {
-        switch (c) {
-            case '\n':
-                quoted += "\\n";
-                break;
-            case '\t':
-                quoted += "\\t";
-                break;
-            case '"':
-            case '\\':
-                quoted += '\\';
-                [[fallthrough]];
-            default:
-                quoted += c;
-        }
-    }
-    return quoted + '"';
 }
 
 std::string ClassOf(HWND window) {
@@ -98,50 +69,50 @@ std::vector<HWND> ControlsOf(HWND window) {
 }
 
 /// The class decides too: the common file dialogs use an id more than once.
-HWND FindControl(HWND window, int id, const char* className) {
+HWND FindControl(HWND window, std::istream& arguments, const char* className) {
+    int id = 0;
+    arguments >> id;
     for (HWND control : ControlsOf(window))
         if (::GetDlgCtrlID(control) == id && ClassOf(control) == className)
             return control;
     return nullptr;
 }
 
-void PrintTexts(HWND window) {
-    for (HWND control : ControlsOf(window)) {
-        std::cout << ClassOf(control) << ' ' << ::GetDlgCtrlID(control) << ' '
-                  << Quoted(TextOf(control)) << '\n';
-    }
-}
-
 /// The base units come from the known size: asking Windows works for own dialogs only.
 void PrintLayout(HWND window, int width, int height) {
     RECT client{};
     ::GetClientRect(window, &client);
-    const int baseX = ::MulDiv(4, client.right, width);
-    const int baseY = ::MulDiv(8, client.bottom, height);
     for (HWND control : ControlsOf(window)) {
         RECT place{};
         ::GetWindowRect(control, &place);
         ::MapWindowPoints(nullptr, window, reinterpret_cast<POINT*>(&place), 2);
-        const auto unitsX = [baseX](LONG pixels) { return ::MulDiv(pixels, 4, baseX); };
-        const auto unitsY = [baseY](LONG pixels) { return ::MulDiv(pixels, 8, baseY); };
-        std::cout << ::GetDlgCtrlID(control) << " at " << unitsX(place.left) << ','
-                  << unitsY(place.top) << " size " << unitsX(place.right - place.left) << ','
-                  << unitsY(place.bottom - place.top) << '\n';
+        const auto x = [&](LONG pixels) { return ::MulDiv(pixels, width, client.right); };
+        const auto y = [&](LONG pixels) { return ::MulDiv(pixels, height, client.bottom); };
+        std::cout << ::GetDlgCtrlID(control) << " at " << x(place.left) << ',' << y(place.top)
+                  << " size " << x(place.right - place.left) << ','
+                  << y(place.bottom - place.top) << '\n';
     }
 }
 
 /// Returns false when the step cannot be done.
 bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
-    int id = 0;
     if (step == "wait") {
-        const std::string title = ReadQuoted(arguments);
+        std::string title = ReadQuoted(arguments);
+        for (std::size_t at; (at = title.find("%n")) != title.npos;)
+            title.replace(at, 2, "\n");
         return WaitUntil([&] {
             window = ::FindWindowA(nullptr, title.c_str());
             return window != nullptr && ::IsWindowVisible(window);
         });
     }
+    if (step == "gone")
+        return WaitUntil([&] { return !::IsWindow(window); });
+    if (step == "close")
+        return ::PostMessageA(window, WM_CLOSE, 0, 0);
     if (step == "texts") {
-        PrintTexts(window);
+        for (HWND control : ControlsOf(window))
+            std::cout << ClassOf(control) << ' ' << ::GetDlgCtrlID(control) << ' '
+                      << std::quoted(TextOf(control)) << '\n';
         return true;
     }
     if (step == "layout") {
@@ -151,43 +122,25 @@ bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
         PrintLayout(window, width, height);
         return true;
     }
-    if (step == "text") {
-        arguments >> id;
-        HWND edit = FindControl(window, id, "Edit");
-        std::cout << Quoted(TextOf(edit)) << '\n';
-        return edit != nullptr;
-    }
-    if (step == "set") {
-        arguments >> id;
-        const std::string text = ReadQuoted(arguments);
-        HWND edit = FindControl(window, id, "Edit");
-        return edit &&
-               ::SendMessageA(edit, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str())) == TRUE;
-    }
-    if (step == "click") {
-        arguments >> id;
-        HWND button = FindControl(window, id, "Button");
-        return button && ::PostMessageA(button, BM_CLICK, 0, 0);
-    }
     if (step == "escape") {
         HWND edit = ::FindWindowExA(window, nullptr, "Edit", nullptr);
         return edit && ::PostMessageA(edit, WM_KEYDOWN, VK_ESCAPE, 0);
     }
-    if (step == "close")
-        return ::PostMessageA(window, WM_CLOSE, 0, 0);
-    if (step == "gone")
-        return WaitUntil([&] { return !::IsWindow(window); });
-    return false;
+    HWND control = FindControl(window, arguments, step == "click" ? "Button" : "Edit");
+    if (step == "click")
+        return control && ::PostMessageA(control, BM_CLICK, 0, 0);
+    if (step == "text")
+        std::cout << std::quoted(TextOf(control)) << '\n';
+    const std::string text = ReadQuoted(arguments);
+    return control &&
+           (step != "set" ||
+            ::SendMessageA(control, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(text.c_str())) == TRUE);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     std::ifstream script(argc == 2 ? argv[1] : "");
-    if (!script) {
-        std::cerr << "usage: gui_driver SCRIPT\n";
-        return EXIT_FAILURE;
-    }
     HWND window = nullptr;
     for (std::string line; std::getline(script, line);) {
         std::istringstream arguments(line);

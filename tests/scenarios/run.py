@@ -245,7 +245,11 @@ class World:
         of a pipe."""
         before = self.log.stat().st_size
         with open(self.base / "stdout", "w+b") as out, open(self.base / "stderr", "w+b") as err:
-            code = self.wine([*words], stdout=out, stderr=err).wait(timeout=TIMEOUT_SECONDS)
+            process = self.wine([*words], stdout=out, stderr=err)
+            try:
+                code = process.wait(timeout=TIMEOUT_SECONDS)
+            finally:
+                process.kill()  # its windows would be taken for those of the next run
             out.seek(0)
             err.seek(0)
             done = Run(out.read(), err.read().decode("utf-8", "replace"),

@@ -14,12 +14,10 @@ using DiagTools::CInternalTrace;
 class InternalTrace : public testing::Test {
 protected:
     static std::string Stamp(const SYSTEMTIME& time) {
-        const auto two = [](WORD number) {
-            return (number < 10 ? "0" : "") + std::to_string(number);
-        };
-        return std::to_string(time.wYear) + "/" + std::to_string(time.wMonth) + "/" +
-               std::to_string(time.wDay) + " " + std::to_string(time.wHour) + ":" +
-               two(time.wMinute) + ":" + two(time.wSecond) + ":";
+        char text[32];
+        std::snprintf(text, sizeof(text), "%u/%u/%u %u:%02u:%02u:", time.wYear, time.wMonth,
+                      time.wDay, time.wHour, time.wMinute, time.wSecond);
+        return text;
     }
 
     const lab_test::Folder m_folder;
