@@ -1,0 +1,131 @@
+#!/usr/bin/python3
+"""rehearsal.py ZIP: unpacks the rehearsal package into an empty folder and runs it under Wine's
+cmd, as somebody who downloaded it would. Whatever happens, the registry must be as before.
+"""
+
+import hashlib
+import os
+import re
+import shutil
+import subprocess
+import sys
+import time
+import zipfile
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+# A name that cmd takes apart where it is not quoted.
+FOLDER = ROOT / "build" / "rehearsal (unpacked) & more"
+ENVIRONMENT = {name: value for name, value in os.environ.items()
+               if not name.startswith(("DHCPLAB_", "WINE", "DISPLAY"))}
+ENVIRONMENT["WINEPREFIX"] = str(ROOT / "build" / "debug" / "wine-rehearsal")
+KEY = r"HKLM\SOFTWARE\Vantrel\Data"
+
+SAMPLE = """\
+== Look: what the gateway holds
+> dhcpmigrate -s scopes.csv -v off
+> type scopes.csv
+> dhcpmigrate -c clients.csv -v off
+== Rehearse: everything as a batch file, run on a server of its own
+> dhcpmigrate -b plan.bat -i 192.0.2.2 -v off
+> plan.bat >plan.log 2>&1
+36 commands, 35 completed successfully; plan.log has the answers
+> show_server planned-server.json
+4 scopes
+15 clients
+== Do: everything at once, from the untouched store onto an empty server
+> dhcpmigrate -a -i 192.0.2.2 -v off
+> show_server server.json
+4 scopes
+40 clients
+The machine is as it was before: component and registry key are gone.
+"""
+OWN_FILES = """\
+== Do: your scopes and clients onto an empty server
+> dhcpmigrate -g scopes.csv -i 192.0.2.2 -v off
+> dhcpmigrate -l clients.csv -i 192.0.2.2 -v off
+> show_server server.json
+4 scopes
+39 clients
+"""
+REFUSALS = [
+    (r"HKCR\Granite.ZakStorageDB\CLSID", "", "{00000000-0000-0000-0000-000000000001}",
+     "Not here: the gateway's storage component is registered (Granite.ZakStorageDB).\n"),
+    (KEY, "Path", r"C:\Gateway",
+     "Not here: the gateway's registry key is there (HKLM\\SOFTWARE\\Vantrel).\n"),
+    (r"HKLM\SYSTEM\CurrentControlSet\Services\DHCPServer", "Type", "service",
+     "Not here: a DHCP server is installed (service DHCPServer).\n")]
+
+
+def wine(*command, **options):
+    return [str(ROOT / "script" / "wine-env"), *command], {
+        "cwd": FOLDER, "env": ENVIRONMENT, "stdin": subprocess.DEVNULL, **options}
+
+
+def run(*command):
+    """A file, not a pipe, which what Wine leaves behind would keep open."""
+    with open(FOLDER.parent / "rehearsal.log", "w+b") as log:
+        words, options = wine(*command, stdout=log, stderr=log, timeout=100)
+        code = subprocess.run(words, **options).returncode
+        log.seek(0)
+        return code, log.read().decode("cp1252").replace("\r\n", "\n")
+
+
+def registry():
+    exported = FOLDER.parent / "rehearsal.reg"
+    exported.unlink(missing_ok=True)
+    run("reg", "export", r"HKLM\SOFTWARE", "Z:" + str(exported).replace("/", "\\"))
+    return exported.read_bytes().decode("utf-16").splitlines()
+
+
+def rehearse(argument=""):
+    return run("cmd", "/c", "rehearse.cmd", *argument.split())
+
+
+def outline(text):
+    found = re.findall(r"^(?:== |> |\d+ \w|The machine).*\n", text, flags=re.M)
+    return "".join(found)
+
+
+def interrupt():
+    """Ends cmd in the middle, as closing its window does."""
+    words, options = wine("cmd", "/c", "rehearse.cmd", stdout=subprocess.DEVNULL)
+    with subprocess.Popen(words, **options) as process:
+        deadline = time.monotonic() + 60
+        while not (FOLDER / "dhcpmigrate-rehearsal" / "plan.log").exists():
+            assert time.monotonic() < deadline, "the rehearsal does not get to its batch file"
+            time.sleep(0.05)
+        process.kill()
+
+
+def main():
+    shutil.rmtree(FOLDER, ignore_errors=True)
+    with zipfile.ZipFile(sys.argv[1]) as package:
+        package.extractall(FOLDER)
+    for line in (FOLDER / "SHA256SUMS.txt").read_text().splitlines():
+        expected, name = line.split(" *")
+        assert hashlib.sha256((FOLDER / name).read_bytes()).hexdigest() == expected, name
+    before = registry()
+
+    def check(argument, expected_code, expected, seen=lambda text: text):
+        code, text = rehearse(argument)
+        assert (code, seen(text)) == (expected_code, expected), f"{argument}: {code}\n{text}"
+
+    check("", 0, SAMPLE, outline)
+    assert registry() == before, "the rehearsal left something"
+    check("sample", 0, OWN_FILES, outline)
+    for key, name, value, text in REFUSALS:
+        run("reg", "add", key, *(("/v", name) if name else ("/ve",)), "/d", value, "/f")
+        with_it = registry()
+        check("", 1, text)
+        assert registry() == with_it, "the refused rehearsal changed something:" + text
+        run("reg", "delete", key.removesuffix("\\CLSID").removesuffix("\\Data"), "/f")
+    interrupt()
+    assert registry() != before, "the interrupted rehearsal had changed nothing yet"
+    check("undo", 0, "Nothing of a rehearsal is left.\n")
+    assert registry() == before, "undo left something"
+    print("rehearsal: as it should be, and nothing left of it")
+
+
+if __name__ == "__main__":
+    main()
