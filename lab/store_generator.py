@@ -1,4 +1,5 @@
-"""Generated gateways for the stand-ins: stores of random segments and clients, and interfaces.
+"""Generated gateways for the stand-ins: stores of random segments and clients, and interfaces. Run
+as a program, this prints the store of the sample gateway.
 
 A store is {section: {entry: {value name: text}}}. A plain one has nothing that a server would
 refuse, nor what cmd and netsh would read in another way. The numbers come from Python's random, so
@@ -8,8 +9,10 @@ random.seed() repeats a store.
 import itertools
 import random
 import re
+import uuid
 import xml.etree.ElementTree as ElementTree
 from ipaddress import IPv4Address
+from pathlib import Path
 
 VENDOR = b"\x00\x04\x70"  # the gateway's block of MAC addresses
 NAMES = ["Front Desk", " padded ", "100%", "%n%s%1%", "Café Zürich", "漢字", "A&B <c>", "", "# 7"]
@@ -96,15 +99,48 @@ def make_store(plain, count, scopes=20):
 
 
 def store_text(store):
+    """As the storage component writes it; a value may be a pair of text and type."""
     root = ElementTree.Element("store")
     for section, entries in store.items():
         parent = ElementTree.SubElement(root, "section", name=section)
         for entry, values in entries.items():
             item = ElementTree.SubElement(parent, "entry", id=entry)
             for name, text in values.items():
-                kind = {"type": "address"} if name in ADDRESS_VALUES else {}
-                ElementTree.SubElement(item, "value", name=name, text=text, **kind)
-    return ElementTree.tostring(root, encoding="unicode")
+                kind = "address" if name in ADDRESS_VALUES else ""
+                if isinstance(text, tuple):
+                    text, kind = text
+                item.append(ElementTree.Element("value", name=name, text=text))
+                if kind:
+                    item[-1].set("type", kind)
+    ElementTree.indent(root)
+    text = ElementTree.tostring(root, encoding="unicode").replace(" />", "/>")
+    return f'<?xml version="1.0" encoding="utf-8"?>\n{text}\n'
+
+
+def sample_store():
+    """The gateway of lab/sample: what its two CSV files hold, with the oddities of docs/lab.md."""
+    def records(name):
+        text = (Path(__file__).parent / "sample" / name).read_text(encoding="cp1252")
+        return [line.split(", ") for line in text.splitlines()[2:]]
+
+    segments, clients = {}, {}
+    for floor, (name, address, mask, network, *_) in enumerate(records("ScopesInfo.csv")):
+        segments[network.rstrip(",")] = {"Name": name, "Address": address, "Mask": mask,
+                                         "Remark": f"floor {floor}"}
+    segments["192.168.20.0"]["Address"] = "192.168.20.254"  # not its interface's
+    del segments["172.16.8.0"]["Address"], segments["172.16.8.0"]["Mask"]
+    for index, (*fields, status) in enumerate(records("ClientsInfo.csv")):
+        values = dict(zip(("Name", *ADDRESS_VALUES, "MAC"), fields), DHCPLeaseStatus=status)
+        if values["DNS2"] == "0.0.0.0":
+            del values["DNS2"]
+        if index % 10 == 4:
+            values["LastSeen"] = (f"2019-03-{index % 28 + 1:02}", "date")
+        clients[f"{{{uuid.uuid5(uuid.NAMESPACE_DNS, values['Name'])}}}".upper()] = values
+    by_name = {values["Name"]: values for values in clients.values()}
+    by_name["Hobnail"]["IpAddress"] = (str(number("10.1.0.29")), "")
+    by_name["Wicket"]["IPADDRESS"] = (by_name["Wicket"].pop("IpAddress"), "address")
+    return {"Config": {"Gateway": {"Name": "zephon-gw"}, "Server": {"DefaultDHCP": "None"}},
+            "Segments": segments, "Clients": clients}
 
 
 def read_store(path):
@@ -122,3 +158,7 @@ def registry_text(interfaces):
         f"{key}{i}\\{name} = multi_sz:{'|'.join(texts)}\n"
         for name, texts in zip(("IPAddress", "SubnetMask"), zip(*pairs)))
                    for i, pairs in enumerate(interfaces))
+
+
+if __name__ == "__main__":
+    print(store_text(sample_store()), end="")

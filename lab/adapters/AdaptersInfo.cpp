@@ -7,65 +7,95 @@
 
 #include <iphlpapi.h>
 
-#include <cstdint>
 #include <new>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
 
-#include "lab/adapters/AdapterList.h"
 #include "lab/journal/Environment.h"
 #include "lab/journal/FaultScript.h"
 #include "lab/journal/Journal.h"
 
 namespace {
 
-const std::vector<lab::LabAdapter>& Adapters() {
-    static const std::vector<lab::LabAdapter> adapters = [] {
-        const std::wstring path = lab::EnvironmentText(L"DHCPLAB_ADAPTERS");
-        std::vector<std::string> errors;
-        auto list = lab::ReadAdapters(path.empty() ? std::string() : lab::FileText(path), errors);
-        for (const std::string& error : errors)
-            lab::JournalMisuse("adapters " + error);
-        return list;
-    }();
+struct Adapter {
+    std::string name;         // in the ANSI code page, as the system call gives it
+    std::string description;  // the same
+    std::vector<std::pair<std::string, std::string>> addresses;  // address and mask, dotted
+};
+
+std::string ToAnsi(const std::string& utf8) {
+    const std::wstring wide = lab::FromUtf8(utf8);
+    std::string ansi(wide.size() * 2, '\0');
+    ansi.resize(static_cast<std::size_t>(
+        ::WideCharToMultiByte(CP_ACP, 0, wide.data(), static_cast<int>(wide.size()), ansi.data(),
+                              static_cast<int>(ansi.size()), nullptr, nullptr)));
+    return ansi;
+}
+
+/// The file's lines as docs/lab.md describes them.
+std::vector<Adapter> ReadAdapters() {
+    static const std::regex kNothing(R"(\s*(#[^]*)?)");
+    static const std::regex kAdapter(R"(\s*adapter\s+(\S[^\r]{0,254})\r?)");
+    static const std::regex kDescription(R"(\s*description\s+([^\r]{0,126})\r?)");
+    static const std::regex kAddress(R"(\s*address\s+(\S{1,15})\s+(\S{1,15})\s*)");
+    const std::wstring path = lab::EnvironmentText(L"DHCPLAB_ADAPTERS");
+    std::istringstream lines(path.empty() ? std::string() : lab::FileText(path));
+    std::vector<Adapter> adapters;
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch part;
+        if (std::regex_match(line, part, kAdapter))
+            adapters.push_back({ToAnsi(part[1]), {}, {}});
+        else if (!adapters.empty() && std::regex_match(line, part, kDescription))
+            adapters.back().description = ToAnsi(part[1]);
+        else if (!adapters.empty() && std::regex_match(line, part, kAddress))
+            adapters.back().addresses.emplace_back(part[1], part[2]);
+        else if (!std::regex_match(line, kNothing))
+            lab::JournalMisuse("adapters line not understood: " +
+                               lab::Escape(std::string_view(line)));
+    }
     return adapters;
 }
 
-void SetAddress(IP_ADDR_STRING& to, const std::pair<std::string, std::string>& from,
-                DWORD context) {
-    to = IP_ADDR_STRING{};
-    from.first.copy(to.IpAddress.String, sizeof(to.IpAddress.String) - 1);
-    from.second.copy(to.IpMask.String, sizeof(to.IpMask.String) - 1);
-    to.Context = context;
+const std::vector<Adapter>& Adapters() {
+    static const std::vector<Adapter> adapters = ReadAdapters();
+    return adapters;
 }
 
 /// All records first, then the addresses after the first of each adapter.
 void Fill(IP_ADAPTER_INFO* records) {
     const auto& adapters = Adapters();
     auto* spare = reinterpret_cast<IP_ADDR_STRING*>(records + adapters.size());
-    DWORD context = 0;
     for (std::size_t i = 0; i < adapters.size(); ++i) {
-        const lab::LabAdapter& adapter = adapters[i];
+        const Adapter& adapter = adapters[i];
         IP_ADAPTER_INFO& record = *new (&records[i]) IP_ADAPTER_INFO{};
         record.Next = i + 1 < adapters.size() ? &records[i + 1] : nullptr;
         adapter.name.copy(record.AdapterName, sizeof(record.AdapterName) - 1);
         adapter.description.copy(record.Description, sizeof(record.Description) - 1);
         record.Index = static_cast<DWORD>(i + 1);
         record.Type = MIB_IF_TYPE_ETHERNET;
-        // The system shows an adapter without an address with this pair.
-        SetAddress(record.IpAddressList, {"0.0.0.0", "0.0.0.0"}, 0);
-        IP_ADDR_STRING* last = nullptr;
+        IP_ADDR_STRING* place = &record.IpAddressList;
+        const auto set = [&place](const std::string& address, const std::string& mask) {
+            address.copy(place->IpAddress.String, sizeof(place->IpAddress.String) - 1);
+            mask.copy(place->IpMask.String, sizeof(place->IpMask.String) - 1);
+        };
+        if (adapter.addresses.empty())  // which the system shows with this pair
+            set("0.0.0.0", "0.0.0.0");
         for (const auto& address : adapter.addresses) {
-            IP_ADDR_STRING* const place = last ? spare++ : &record.IpAddressList;
-            SetAddress(*place, address, ++context);
-            if (last)
-                last->Next = place;
-            last = place;
+            if (&address != adapter.addresses.data()) {
+                place->Next = new (spare++) IP_ADDR_STRING{};
+                place = place->Next;
+            }
+            set(address.first, address.second);
         }
     }
 }
 
 ULONG Answer(IP_ADAPTER_INFO* records, ULONG* bytes) {
-    if (const auto fault = lab::FaultFor("GetAdaptersInfo"))
-        return *fault;
+    if (const lab::Fault fault = lab::FaultFor("GetAdaptersInfo"); fault.code)
+        return fault.code;
     if (!bytes) {
         lab::JournalMisuse("GetAdaptersInfo without a size");
         return ERROR_INVALID_PARAMETER;
@@ -73,7 +103,7 @@ ULONG Answer(IP_ADAPTER_INFO* records, ULONG* bytes) {
     if (Adapters().empty())
         return ERROR_NO_DATA;
     std::size_t needed = 0;
-    for (const lab::LabAdapter& adapter : Adapters()) {
+    for (const Adapter& adapter : Adapters()) {
         const std::size_t more = adapter.addresses.empty() ? 0 : adapter.addresses.size() - 1;
         needed += sizeof(IP_ADAPTER_INFO) + more * sizeof(IP_ADDR_STRING);
     }

@@ -1,26 +1,14 @@
 #include "lab/dhcpserver/DhcpServer.h"
 
-#include "lab/dhcpserver/CallText.h"
 #include "lab/journal/Environment.h"
 #include "lab/journal/FaultScript.h"
 #include "lab/journal/Journal.h"
 
 namespace lab {
-namespace {
-
-ServerSettings ReadSettings() {
-    std::vector<std::string> errors;
-    ServerSettings settings = ServerSettings::FromEnvironment(errors);
-    for (const std::string& error : errors)
-        JournalMisuse(error);
-    return settings;
-}
-
-}  // namespace
 
 DhcpServer::DhcpServer()
-    : m_settings(ReadSettings()),
-      m_state(StateFile::PathFromEnvironment()),
+    : m_settings(ServerSettings::FromEnvironment()),
+      m_state(EnvironmentText(L"DHCPLAB_SERVER_STATE")),
       m_journalFrees(EnvironmentText(L"DHCPLAB_JOURNAL_FREES") != L"0") {}
 
 DhcpServer::~DhcpServer() {
@@ -33,32 +21,33 @@ DhcpServer::~DhcpServer() {
     }
 }
 
-DWORD DhcpServer::Call(const char* function, const WCHAR* server, const Arguments& arguments,
-                       const Rules& rules, const Arguments& results) {
+DWORD DhcpServer::Call(const char* function, const WCHAR* server, const std::string& arguments,
+                       const Rules& rules, const Output& output) {
     const std::lock_guard<std::mutex> hold(m_lock);
-    if (!server) {
-        // The API would take its own machine: never what this program means.
+    // The API would take its own machine: never what this program means.
+    if (!server)
         JournalMisuse(std::string(function) + ": null server");
-    }
-    DWORD code = ERROR_SUCCESS;
-    if (const auto fault = FaultFor(function)) {
-        code = *fault;
-    } else {
-        try {
-            code = m_state.Run([&](ServerState& state) {
-                ServerRules serverRules(state, m_settings);
-                return rules(serverRules);
-            });
-        } catch (const std::exception& error) {
-            JournalMisuse(std::string("server state ") + Escape(error.what()));
-            code = kJetError;
-        }
-    }
-    if (JournalIsOn()) {
-        Journal(function + ServerText(server) + arguments() + " -> " + std::to_string(code) +
-                (results ? results() : ""));
-    }
+    const Fault fault = FaultFor(function);
+    const bool runs = !fault.IsRefusal() && !(fault.isDone && output);
+    const DWORD code = fault.After(runs ? Run(server, rules) : DWORD{0});
+    Journal(function + std::string(" server=") +
+            (server ? Escape(std::wstring_view(server)) : "null") + arguments + " -> " +
+            std::to_string(code) + (runs && output ? output() : ""));
     return code;
+}
+
+DWORD DhcpServer::Run(const WCHAR* server, const Rules& rules) {
+    try {
+        return m_state.Run([&](ServerState& state) -> DWORD {
+            if (!state.IsReachedBy(server ? server : L""))
+                return RPC_S_SERVER_UNAVAILABLE;
+            ServerRules serverRules(state, m_settings);
+            return rules(serverRules);
+        });
+    } catch (const std::exception& error) {
+        JournalMisuse(std::string("server state ") + Escape(error.what()));
+        return kJetError;
+    }
 }
 
 void DhcpServer::Free(void* block) {

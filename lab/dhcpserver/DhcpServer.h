@@ -20,20 +20,23 @@ public:
     DhcpServer& operator=(const DhcpServer&) = delete;
 
     using Rules = std::function<DWORD(ServerRules&)>;
-    using Arguments = std::function<std::string()>;
+    using Output = std::function<std::string()>;
 
-    /// Answers one call: with the planned fault, or by the rules. The line that is journalled ends
-    /// with the code and what `results` then tells; `arguments` begin with a blank.
-    DWORD Call(const char* function, const WCHAR* server, const Arguments& arguments,
-               const Rules& rules, const Arguments& results = nullptr);
+    /// Answers one call by the rules, or with the planned fault: the rules then run only for one
+    /// that is planned as done, and never for a call with output, which a lost answer does not
+    /// bring. The journal's line has `arguments`, which begin with a blank, the code, and what
+    /// `output` tells after the rules ran.
+    DWORD Call(const char* function, const WCHAR* server, const std::string& arguments,
+               const Rules& rules, const Output& output = nullptr);
 
     void Free(void* block);
 
     /// Only for use inside of a call's rules.
     RpcMemory& Memory() { return m_memory; }
-    const ServerSettings& Settings() const { return m_settings; }
 
 private:
+    DWORD Run(const WCHAR* server, const Rules& rules);
+
     std::mutex m_lock;
     ServerSettings m_settings;
     StateFile m_state;

@@ -1,9 +1,9 @@
 // dhcpsapi.dll: the calls of the management API, as this machine's own server answers them.
+//
+// What the program never sends is a misuse and gets an error, even where a real server has more to
+// offer: other kinds of elements and options, other levels of options, force flags.
 #include <memory>
-#include <type_traits>
 
-#include "lab/dhcpserver/AddressText.h"
-#include "lab/dhcpserver/CallText.h"
 #include "lab/dhcpserver/DhcpServer.h"
 #include "lab/journal/Journal.h"
 
@@ -18,44 +18,78 @@ DhcpServer& Server() {
     return *theServer;
 }
 
-std::string SubnetText(DWORD subnetAddress) {
-    return " subnet=" + Dotted(subnetAddress);
-}
-
-void Misuse(const char* function, const std::string& what) {
+/// Journals the misuse and returns the code of a call that does nothing else.
+DWORD Misuse(const char* function, const std::string& what) {
     JournalMisuse(std::string(function) + ": " + what);
+    return ERROR_INVALID_PARAMETER;
 }
 
-/// Journals what the server takes without a word, although no careful caller passes it.
-void CheckElement(const char* function, const DHCP_SUBNET_ELEMENT_DATA_V4* element) {
-    if (!element || !element->Element.IpRange)
-        Misuse(function, "null element");
-    else if (element->ElementType == DhcpReservedIps &&
-             (element->Element.ReservedIp->bAllowedClientTypes < CLIENT_TYPE_DHCP ||
-              element->Element.ReservedIp->bAllowedClientTypes > CLIENT_TYPE_BOTH))
-        Misuse(function, "allowed client types other than 1, 2, 3");
+Text TextOf(const WCHAR* text) {
+    return text ? Text(text) : std::nullopt;
 }
 
-/// The network order of an address on a little-endian machine.
-DWORD NetworkOrder(DWORD address) {
-    return address >> 24 | (address >> 8 & 0xFF00) | (address << 8 & 0xFF0000) | address << 24;
+Identifier BytesOf(const api::Binary* binary) {
+    return binary && binary->data
+               ? Identifier(reinterpret_cast<const char*>(binary->data), binary->bytes)
+               : Identifier();
 }
 
-DHCP_CLIENT_INFO_V4* MakeRecord(RpcMemory& memory, DWORD address, DWORD mask,
-                                const Client& client) {
-    auto* const record = memory.Allocate<DHCP_CLIENT_INFO_V4>();
-    const std::string_view hardware =
-        std::string_view(client.uniqueId).substr(kUniqueIdPrefixBytes);
-    record->ClientIpAddress = address;
-    record->SubnetMask = mask;
-    record->ClientHardwareAddress = {static_cast<DWORD>(hardware.size()), memory.Copy(hardware)};
-    record->ClientName = memory.Copy(client.name);
-    record->ClientComment = memory.Copy(client.comment);
-    record->ClientLeaseExpires = {static_cast<DWORD>(client.expires),
-                                  static_cast<DWORD>(client.expires >> 32)};
-    record->OwnerHost.IpAddress = client.ownerAddress;
-    record->OwnerHost.NetBiosName = memory.Copy(client.ownerName);
-    record->bClientType = client.type;
+// Arguments as the journal shows them, " name=value" each.
+
+std::string AddressText(const char* name, DWORD address) {
+    return std::string(" ") + name + "=" + Dotted(address);
+}
+
+std::string BytesText(const api::Binary* binary) {
+    return " mac=" + (binary && binary->data ? HexBytes(BytesOf(binary), "-") : "null");
+}
+
+/// Only what is filled: callers leave the host out.
+std::string HostText(const api::Host& host) {
+    return (host.address ? AddressText("host", host.address) : "") +
+           (host.netBiosName && *host.netBiosName ? " netbios=" + Quoted(host.netBiosName) : "") +
+           (host.hostName && *host.hostName ? " hostname=" + Quoted(host.hostName) : "");
+}
+
+std::string ElementText(DWORD subnetAddress, const api::Element* element) {
+    const std::string text = AddressText("subnet", subnetAddress) +
+                             " type=" + (element ? std::to_string(element->type) : "null");
+    if (!element || !element->range)
+        return text + " element=null";
+    if (element->type == api::kElementReservation) {
+        const api::Reservation& reserved = *element->reservation;
+        return text + AddressText("address", reserved.address) + BytesText(reserved.client) +
+               " types=" + std::to_string(reserved.allowedTypes);
+    }
+    return text + AddressText("first", element->range->first) +
+           AddressText("last", element->range->last);
+}
+
+std::string OptionText(const api::OptionData* value) {
+    std::string text = " value=";
+    for (DWORD i = 0; value && value->elements && i < value->count; ++i) {
+        const api::OptionElement& element = value->elements[i];
+        text += i ? "," : "";
+        text += element.type == api::kOptionDword     ? "dword:" + std::to_string(element.number)
+                : element.type == api::kOptionAddress ? "ip:" + Dotted(element.number)
+                                                      : "type" + std::to_string(element.type);
+    }
+    return text;
+}
+
+api::Client* MakeRecord(RpcMemory& memory, const ClientPage::Entry& found) {
+    const Client& client = *found.client;
+    auto* const record = memory.Allocate<api::Client>();
+    record->address = found.address;
+    record->mask = found.mask;
+    record->hardware = {static_cast<DWORD>(client.hardware.size()), memory.Copy(client.hardware)};
+    record->name = memory.Copy(client.name);
+    record->comment = memory.Copy(client.comment);
+    record->expires[0] = static_cast<DWORD>(client.expires);
+    record->expires[1] = static_cast<DWORD>(client.expires >> 32);
+    record->owner.address = client.ownerAddress;
+    record->owner.netBiosName = memory.Copy(client.ownerName);
+    record->type = client.type;
     return record;
 }
 
@@ -66,156 +100,171 @@ using namespace lab;
 
 extern "C" {
 
-DWORD WINAPI DhcpCreateSubnet(const WCHAR* server, DHCP_IP_ADDRESS subnetAddress,
-                              const DHCP_SUBNET_INFO* subnetInfo) {
-    return Server().Call(
-        "DhcpCreateSubnet", server, [&] { return SubnetInfoText(subnetAddress, subnetInfo); },
-        [&](ServerRules& rules) { return rules.CreateSubnet(subnetAddress, subnetInfo); });
+DWORD WINAPI DhcpCreateSubnet(const WCHAR* server, DWORD subnetAddress,
+                              const api::SubnetInfo* info) {
+    constexpr char kName[] = "DhcpCreateSubnet";
+    std::string text = AddressText("subnet", subnetAddress);
+    if (info) {
+        text += info->address == subnetAddress ? "" : AddressText("info.subnet", info->address);
+        text += AddressText("mask", info->mask) + " name=" + Quoted(info->name) +
+                " comment=" + Quoted(info->comment) + HostText(info->primaryHost) +
+                " state=" + std::to_string(info->state);
+    }
+    return Server().Call(kName, server, text, [&](ServerRules& rules) {
+        if (!info || info->address != subnetAddress)
+            return Misuse(kName, "null argument, or two addresses");
+        // The primary host is not used afterwards.
+        Scope scope;
+        scope.mask = info->mask;
+        scope.name = TextOf(info->name);
+        scope.comment = TextOf(info->comment);
+        scope.state = info->state;
+        return rules.CreateScope(subnetAddress, std::move(scope));
+    });
 }
 
-DWORD WINAPI DhcpGetSubnetInfo(const WCHAR* server, DHCP_IP_ADDRESS subnetAddress,
-                               DHCP_SUBNET_INFO** subnetInfo) {
-    constexpr DWORD kLoopback = 0x7F000001;
-    return Server().Call(
-        "DhcpGetSubnetInfo", server, [&] { return SubnetText(subnetAddress); },
-        [&](ServerRules& rules) -> DWORD {
-            if (!subnetInfo) {
-                Misuse("DhcpGetSubnetInfo", "null output");
-                return ERROR_INVALID_PARAMETER;
-            }
-            const Scope* scope = nullptr;
-            const DWORD code = rules.GetSubnetInfo(subnetAddress, scope);
-            if (scope) {
-                RpcMemory& memory = Server().Memory();
-                auto* const info = memory.Allocate<DHCP_SUBNET_INFO>();
-                info->SubnetAddress = subnetAddress;
-                info->SubnetMask = scope->mask;
-                info->SubnetName = memory.Copy(scope->name);
-                info->SubnetComment = memory.Copy(scope->comment);
-                // Without host texts: the API allows it, so a caller must stand it.
-                info->PrimaryHost.IpAddress = NetworkOrder(kLoopback);
-                info->SubnetState = static_cast<DHCP_SUBNET_STATE>(scope->state);
-                *subnetInfo = info;
-            }
-            return code;
-        });
+DWORD WINAPI DhcpGetSubnetInfo(const WCHAR* server, DWORD subnetAddress,
+                               api::SubnetInfo** subnetInfo) {
+    constexpr DWORD kLoopbackInNetworkOrder = 0x0100007F;
+    const auto answer = [&](ServerRules& rules) -> DWORD {
+        if (!subnetInfo)
+            return Misuse("DhcpGetSubnetInfo", "null output");
+        const Scope* const scope = rules.FindScope(subnetAddress);
+        if (!scope)
+            return kSubnetNotPresent;
+        RpcMemory& memory = Server().Memory();
+        auto* const info = memory.Allocate<api::SubnetInfo>();
+        info->address = subnetAddress;
+        info->mask = scope->mask;
+        info->name = memory.Copy(scope->name);
+        info->comment = memory.Copy(scope->comment);
+        info->primaryHost.address = kLoopbackInNetworkOrder;
+        // Without host texts, unless a state by hand has them: the API allows both.
+        info->primaryHost.netBiosName = memory.Copy(scope->netBiosName);
+        info->primaryHost.hostName = memory.Copy(scope->hostName);
+        info->state = scope->state;
+        *subnetInfo = info;
+        return ERROR_SUCCESS;
+    };
+    return Server().Call("DhcpGetSubnetInfo", server, AddressText("subnet", subnetAddress), answer,
+                         [] { return std::string(); });
 }
 
-DWORD WINAPI DhcpAddSubnetElementV4(const WCHAR* server, DHCP_IP_ADDRESS subnetAddress,
-                                    const DHCP_SUBNET_ELEMENT_DATA_V4* element) {
+DWORD WINAPI DhcpAddSubnetElementV4(const WCHAR* server, DWORD subnetAddress,
+                                    const api::Element* element) {
     constexpr char kName[] = "DhcpAddSubnetElementV4";
-    CheckElement(kName, element);
     return Server().Call(
-        kName, server, [&] { return SubnetText(subnetAddress) + ElementText(element); },
-        [&](ServerRules& rules) {
-            return element ? rules.AddElement(subnetAddress, *element)
-                           : DWORD{ERROR_INVALID_PARAMETER};
+        kName, server, ElementText(subnetAddress, element), [&](ServerRules& rules) {
+            if (!element || !element->range)
+                return Misuse(kName, "null element");
+            if (element->type == api::kElementRange)
+                return rules.AddRange(subnetAddress, {element->range->first, element->range->last});
+            if (element->type == api::kElementExclusion)
+                return rules.AddExclusion(subnetAddress,
+                                          {element->range->first, element->range->last});
+            if (element->type != api::kElementReservation)
+                return Misuse(kName, "element type " + std::to_string(element->type));
+            const api::Reservation& reserved = *element->reservation;
+            if (reserved.allowedTypes != api::kTypeBoth)
+                return Misuse(kName, "allowed client types other than both");
+            return rules.AddReservation(subnetAddress, reserved.address,
+                                        {BytesOf(reserved.client), reserved.allowedTypes});
         });
 }
 
-DWORD WINAPI DhcpRemoveSubnetElementV4(const WCHAR* server, DHCP_IP_ADDRESS subnetAddress,
-                                       const DHCP_SUBNET_ELEMENT_DATA_V4* element,
-                                       DHCP_FORCE_FLAG forceFlag) {
+DWORD WINAPI DhcpRemoveSubnetElementV4(const WCHAR* server, DWORD subnetAddress,
+                                       const api::Element* element, DWORD forceFlag) {
     constexpr char kName[] = "DhcpRemoveSubnetElementV4";
-    constexpr DWORD kLastForceFlag = 2;
-    CheckElement(kName, element);
-    if (forceFlag > kLastForceFlag)
-        Misuse(kName, "unknown force flag");
     return Server().Call(
-        kName, server,
-        [&] {
-            return SubnetText(subnetAddress) + ElementText(element) +
-                   " force=" + std::to_string(forceFlag);
-        },
+        kName, server, ElementText(subnetAddress, element) + " force=" + std::to_string(forceFlag),
         [&](ServerRules& rules) {
-            return element ? rules.RemoveElement(subnetAddress, *element, forceFlag)
-                           : DWORD{ERROR_INVALID_PARAMETER};
+            if (!element || !element->reservation || element->type != api::kElementReservation)
+                return Misuse(kName, "null element, or one that is no reservation");
+            if (forceFlag != api::kFullForce)
+                return Misuse(kName, "force flag " + std::to_string(forceFlag));
+            return rules.RemoveReservation(subnetAddress, element->reservation->address,
+                                           BytesOf(element->reservation->client));
         });
 }
 
-DWORD WINAPI DhcpSetOptionValue(const WCHAR* server, DHCP_OPTION_ID optionId,
-                                const DHCP_OPTION_SCOPE_INFO* scopeInfo,
-                                const DHCP_OPTION_DATA* optionValue) {
+DWORD WINAPI DhcpSetOptionValue(const WCHAR* server, DWORD optionId, const api::OptionScope* scope,
+                                const api::OptionData* value) {
     constexpr char kName[] = "DhcpSetOptionValue";
-    if (!scopeInfo || !optionValue)
-        Misuse(kName, "null argument");
-    else if (scopeInfo->ScopeType <= DhcpGlobalOptions && scopeInfo->ScopeInfo.DefaultScopeInfo)
-        Misuse(kName, "reserved field not null");
-    const std::string warning = OptionWarning(optionId, optionValue);
-    if (!warning.empty())
-        Journal("WARNING DhcpSetOptionValue: " + warning);
+    const bool isScope = scope && scope->type == api::kOptionScopeSubnet;
     return Server().Call(
         kName, server,
-        [&] {
-            return " option=" + std::to_string(optionId) + OptionScopeText(scopeInfo) +
-                   OptionValueText(optionValue);
-        },
+        " option=" + std::to_string(optionId) +
+            " scopeType=" + (scope ? std::to_string(scope->type) : "null") +
+            (isScope ? AddressText("subnet", scope->subnet) : "") + OptionText(value),
         [&](ServerRules& rules) {
-            return scopeInfo && optionValue
-                       ? rules.SetOptionValue(optionId, *scopeInfo, *optionValue)
-                       : DWORD{ERROR_INVALID_PARAMETER};
+            if (!isScope || !value || !value->elements)
+                return Misuse(kName, "null argument, or options that are not a scope's");
+            OptionValue copy;
+            for (DWORD i = 0; i < value->count; ++i)
+                copy.push_back({value->elements[i].type, value->elements[i].number});
+            // The server would take any kind; clients could not use it.
+            for (const OptionElement& element : copy)
+                if (copy.size() != 1 ||
+                    element.type != (optionId == 3 ? api::kOptionAddress : api::kOptionDword))
+                    return Misuse(kName, "not one value of the option's kind");
+            return rules.SetOption(scope->subnet, optionId, std::move(copy));
         });
 }
 
-DWORD WINAPI DhcpCreateClientInfoV4(const WCHAR* server, const DHCP_CLIENT_INFO_V4* clientInfo) {
+DWORD WINAPI DhcpCreateClientInfoV4(const WCHAR* server, const api::Client* info) {
     constexpr char kName[] = "DhcpCreateClientInfoV4";
-    if (!clientInfo)
-        Misuse(kName, "null argument");
-    else if (clientInfo->OwnerHost.NetBiosName || clientInfo->OwnerHost.HostName)
-        Misuse(kName, "owner names are the server's to fill");
-    return Server().Call(
-        kName, server, [&] { return ClientInfoText(clientInfo); },
-        [&](ServerRules& rules) {
-            return clientInfo ? rules.CreateClient(server, *clientInfo)
-                              : DWORD{ERROR_INVALID_PARAMETER};
-        });
+    std::string text = " client=null";
+    Client client;
+    if (info) {
+        client.hardware = BytesOf(&info->hardware);
+        client.name = TextOf(info->name);
+        client.comment = TextOf(info->comment);
+        client.expires = static_cast<ULONGLONG>(info->expires[1]) << 32 | info->expires[0];
+        text = AddressText("address", info->address) + AddressText("mask", info->mask) +
+               BytesText(&info->hardware) + " name=" + Quoted(info->name) +
+               " comment=" + Quoted(info->comment) + " expires=" + std::to_string(client.expires) +
+               HostText(info->owner) + " type=" + std::to_string(info->type);
+    }
+    return Server().Call(kName, server, text, [&](ServerRules& rules) {
+        if (!info || info->owner.netBiosName || info->owner.hostName)
+            return Misuse(kName, "null argument, or owner names, which are the server's to fill");
+        return rules.CreateClient(server, info->address, std::move(client));
+    });
 }
 
-DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR* server, DHCP_IP_ADDRESS subnetAddress,
-                                     DHCP_RESUME_HANDLE* resumeHandle, DWORD preferredMaximum,
-                                     DHCP_CLIENT_INFO_ARRAY_V4** clientInfo, DWORD* clientsRead,
-                                     DWORD* clientsTotal) {
+DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR* server, DWORD subnetAddress, DWORD* resume,
+                                     DWORD preferredMaximum, api::ClientArray** clients,
+                                     DWORD* read, DWORD* total) {
     constexpr char kName[] = "DhcpEnumSubnetClientsV4";
-    const bool isComplete = resumeHandle && clientInfo && clientsRead && clientsTotal;
-    if (!isComplete)
-        Misuse(kName, "null output");
-    const DWORD resume = resumeHandle ? *resumeHandle : 0;
+    if (!resume || !clients || !read || !total)
+        return Misuse(kName, "null output");
     bool isAnswered = false;
-    return Server().Call(
-        kName, server,
-        [&] {
-            return SubnetText(subnetAddress) + " resume=" + Dotted(resume) +
-                   " preferred=" + std::to_string(preferredMaximum);
-        },
-        [&](ServerRules& rules) -> DWORD {
-            if (!isComplete)
-                return ERROR_INVALID_PARAMETER;
-            ClientPage page;
-            const DWORD code = rules.EnumClients(subnetAddress, resume, preferredMaximum, page);
-            RpcMemory& memory = Server().Memory();
-            DHCP_CLIENT_INFO_ARRAY_V4* array = nullptr;
-            if (page.hasArray)
-                array = memory.Allocate<DHCP_CLIENT_INFO_ARRAY_V4>();
-            if (!page.clients.empty()) {
-                array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(
-                    memory.Allocate(page.clients.size() * sizeof(void*)));
-                for (const auto& found : page.clients)
-                    array->Clients[array->NumElements++] =
-                        MakeRecord(memory, found.address, found.mask, *found.client);
-            }
-            *clientInfo = array;
-            *clientsRead = static_cast<DWORD>(page.clients.size());
-            *clientsTotal = page.total;
-            *resumeHandle = page.resume;
-            isAnswered = true;
-            return code;
-        },
-        [&] {
-            return isAnswered ? " read=" + std::to_string(*clientsRead) +
-                                    " total=" + std::to_string(*clientsTotal) +
-                                    " resume=" + Dotted(*resumeHandle)
-                              : std::string();
-        });
+    const auto answer = [&](ServerRules& rules) {
+        ClientPage page;
+        const DWORD code = rules.EnumClients(subnetAddress, *resume, preferredMaximum, page);
+        RpcMemory& memory = Server().Memory();
+        *clients = page.hasArray ? memory.Allocate<api::ClientArray>() : nullptr;
+        if (!page.clients.empty()) {
+            (*clients)->clients =
+                static_cast<api::Client**>(memory.Allocate(page.clients.size() * sizeof(void*)));
+            for (const auto& found : page.clients)
+                (*clients)->clients[(*clients)->count++] = MakeRecord(memory, found);
+        }
+        *read = static_cast<DWORD>(page.clients.size());
+        *total = page.total;
+        *resume = page.resume;
+        isAnswered = true;
+        return code;
+    };
+    return Server().Call(kName, server,
+                         AddressText("subnet", subnetAddress) + AddressText("resume", *resume) +
+                             " preferred=" + std::to_string(preferredMaximum),
+                         answer, [&] {
+                             return isAnswered ? " read=" + std::to_string(*read) +
+                                                     " total=" + std::to_string(*total) +
+                                                     AddressText("resume", *resume)
+                                               : std::string();
+                         });
 }
 
 void WINAPI DhcpRpcFreeMemory(void* block) {
@@ -231,13 +280,3 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
 }
 
 }  // extern "C"
-
-// The program and its stand-in server were compiled against the same calls.
-static_assert(std::is_same_v<decltype(DhcpCreateSubnet), DhcpCreateSubnetFn>);
-static_assert(std::is_same_v<decltype(DhcpGetSubnetInfo), DhcpGetSubnetInfoFn>);
-static_assert(std::is_same_v<decltype(DhcpAddSubnetElementV4), DhcpAddSubnetElementV4Fn>);
-static_assert(std::is_same_v<decltype(DhcpRemoveSubnetElementV4), DhcpRemoveSubnetElementV4Fn>);
-static_assert(std::is_same_v<decltype(DhcpSetOptionValue), DhcpSetOptionValueFn>);
-static_assert(std::is_same_v<decltype(DhcpCreateClientInfoV4), DhcpCreateClientInfoV4Fn>);
-static_assert(std::is_same_v<decltype(DhcpEnumSubnetClientsV4), DhcpEnumSubnetClientsV4Fn>);
-static_assert(std::is_same_v<decltype(DhcpRpcFreeMemory), DhcpRpcFreeMemoryFn>);

@@ -1,13 +1,6 @@
-// The server's state on disk, shared by every process that works on it.
+// The server's state on disk, a JSON text. One process works on it at a time, the next one waits.
 //
-// <path> holds a snapshot as one JSON text, <path>.log one line for every call since then. A call
-// is alone among all processes while it runs, sees what the others have stored, and has its line
-// written before it is answered; writing the whole snapshot each time would make an import of many
-// clients endless. The last process that leaves puts the log into the snapshot and removes it.
-//
-// A killed process loses no answered call, and never leaves half of one: a line without its end
-// does not count, and the next one is written over it. A snapshot is written beside the old one and
-// renamed over it. Against a failing machine, rather than a failing process, nothing is done.
+// The file is written when the process leaves; a killed one leaves what it found.
 #pragma once
 
 #include <functional>
@@ -15,42 +8,26 @@
 #include <string>
 
 #include "lab/dhcpserver/ServerState.h"
-#include "lab/journal/Handle.h"
+#include "lab/journal/Environment.h"
 
 namespace lab {
 
 class StateFile {
 public:
     /// Nothing is opened or read before the first call. A missing file is an empty server.
+    /// Without a path it is dhcpserver.json in the current folder.
     explicit StateFile(std::wstring path);
-    ~StateFile();
-    StateFile(const StateFile&) = delete;
-    StateFile& operator=(const StateFile&) = delete;
 
-    /// Runs one call on the current state and stores what it changed. Throws std::runtime_error
-    /// when the state cannot be read or the change cannot be stored: it did not happen then.
+    /// Runs one call on the state. Throws std::runtime_error when it cannot be read.
     DWORD Run(const std::function<DWORD(ServerState&)>& call);
 
-    /// Folds the log into the snapshot when no other process uses it. Also done by the destructor,
-    /// which has nobody to tell of a failure.
+    /// Writes the state if it has changed. Throws std::runtime_error when that fails.
     void Close();
 
-    /// DHCPLAB_SERVER_STATE, or dhcpserver.json beside the DLL or program that asks.
-    static std::wstring PathFromEnvironment();
-
 private:
-    void Open();
-    void ReadSnapshot();
-    void ReadNewLines();
-    void AppendLine(const std::string& line);
-    void Fold();
-
     std::wstring m_path;
-    std::wstring m_logPath;
-    FileHandle m_mutex;
-    FileHandle m_log;
-    LONGLONG m_logBytesRead = 0;
-    std::unique_ptr<ServerState> m_state;  // none: to be read again
+    Handle m_file;  // held, so that nobody else works on it
+    std::unique_ptr<ServerState> m_state;
 };
 
 }  // namespace lab

@@ -1,9 +1,5 @@
 #include "lab/journal/Environment.h"
 
-#include <windows.h>
-
-#include "lab/journal/Handle.h"
-
 namespace lab {
 
 std::wstring EnvironmentText(const wchar_t* name) {
@@ -17,9 +13,8 @@ std::wstring EnvironmentText(const wchar_t* name) {
 }
 
 std::string FileText(const std::wstring& path) {
-    const FileHandle file(::CreateFileW(path.c_str(), GENERIC_READ,
-                                        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+    const Handle file =
+        OpenFile(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
     LARGE_INTEGER size{};
     if (!file || !::GetFileSizeEx(file.get(), &size))
         return {};
@@ -30,6 +25,33 @@ std::string FileText(const std::wstring& path) {
     text.resize(got);
     constexpr char kMark[] = "\xEF\xBB\xBF";
     return text.rfind(kMark, 0) == 0 ? text.substr(sizeof(kMark) - 1) : text;
+}
+
+Handle OpenFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+    const HANDLE file = ::CreateFileW(path.c_str(), access, sharing, nullptr, disposition,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr);
+    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+}
+
+bool WriteText(const Handle& file, std::string_view text) {
+    DWORD written = 0;
+    return ::WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written,
+                       nullptr) &&
+           written == text.size();
+}
+
+bool ReplaceFile(const std::wstring& path, std::string_view text) {
+    const std::wstring newPath = path + L".new";
+    Handle file = OpenFile(newPath, GENERIC_WRITE, 0, CREATE_ALWAYS);
+    const bool isWritten = file && WriteText(file, text) && ::FlushFileBuffers(file.get());
+    file.reset();
+    if (isWritten && ::MoveFileExW(newPath.c_str(), path.c_str(),
+                                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+        return true;
+    const DWORD error = ::GetLastError();
+    ::DeleteFileW(newPath.c_str());
+    ::SetLastError(error);
+    return false;
 }
 
 }  // namespace lab

@@ -1,6 +1,5 @@
 #include "lab/journal/FaultScript.h"
 
-#include <array>
 #include <regex>
 #include <sstream>
 
@@ -12,57 +11,22 @@ namespace {
 
 constexpr char kAny[] = "any";
 
-/// Call counts of this process. The memory starts as zeros and is never unmapped: it has to live
-/// as long as the process, whichever stand-in leaves first.
-class CallCounts {
-public:
-    CallCounts() {
-        const std::wstring name =
-            L"Local\\dhcplab-calls-" + std::to_wstring(::GetCurrentProcessId());
-        const HANDLE mapping = ::CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
-                                                    0, sizeof(*m_table), name.c_str());
-        void* const view = mapping ? ::MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, 0) : nullptr;
-        if (view)
-            m_table = static_cast<Table*>(view);
-        else
-            JournalMisuse("faults: no memory for the call counts, counting in this DLL alone");
-    }
+const std::wstring& ScriptPath() {
+    static const std::wstring path = EnvironmentText(L"DHCPLAB_FAULTS");
+    return path;
+}
 
-    std::uint64_t CountCall(std::string_view name) {
-        const LONG64 key = Key(name);
-        for (Slot& slot : *m_table) {
-            const LONG64 found = ::InterlockedCompareExchange64(&slot.key, key, 0);
-            if (found == 0 || found == key)
-                return static_cast<std::uint64_t>(::InterlockedIncrement64(&slot.count));
-        }
-        JournalMisuse("faults: more functions than the call counts have room for");
-        return 0;
-    }
-
-private:
-    struct Slot {
-        volatile LONG64 key;
-        volatile LONG64 count;
-    };
-    using Table = std::array<Slot, 64>;
-
-    /// FNV-1a: the table is shared by DLLs, so it holds numbers, not pointers to names.
-    static LONG64 Key(std::string_view name) {
-        std::uint64_t hash = 0xCBF29CE484222325;
-        for (const char character : name)
-            hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001B3;
-        return static_cast<LONG64>(hash);
-    }
-
-    Table m_own{};
-    Table* m_table = &m_own;
-};
+/// When the script was written: with another one the counts start again.
+std::string ScriptTime() {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    ::GetFileAttributesExW(ScriptPath().c_str(), GetFileExInfoStandard, &data);
+    return Hex(data.ftLastWriteTime.dwHighDateTime) + Hex(data.ftLastWriteTime.dwLowDateTime);
+}
 
 const FaultScript& Script() {
     static const FaultScript script = [] {
         std::vector<std::string> errors;
-        const std::wstring path = EnvironmentText(L"DHCPLAB_FAULTS");
-        FaultScript read(path.empty() ? std::string() : FileText(path), errors);
+        FaultScript read(ScriptPath().empty() ? std::string() : FileText(ScriptPath()), errors);
         for (const std::string& error : errors)
             JournalMisuse("faults " + error);
         return read;
@@ -74,8 +38,8 @@ const FaultScript& Script() {
 
 FaultScript::FaultScript(std::string_view text, std::vector<std::string>& errors) {
     static const std::regex kNothing(R"(\s*(#[^]*)?)");
-    static const std::regex kFault(
-        R"(\s*(\w+)\s+(?:\*|#(\d{1,9}))\s*=\s*(?:0[xX]([0-9a-fA-F]{1,8})|(\d{1,10}))\s*)");
+    static const std::regex kFault(R"(\s*(\w+)\s+(?:\*|#(\d{1,9}))\s*=\s*(done\s+)?)"
+                                   R"((0[xX][0-9a-fA-F]{1,8}|\d{1,10})\s*)");
     std::istringstream lines{std::string(text)};
     std::size_t number = 0;
     for (std::string line; std::getline(lines, line);) {
@@ -85,10 +49,10 @@ FaultScript::FaultScript(std::string_view text, std::vector<std::string>& errors
             continue;
         if (std::regex_match(line, part, kFault)) {
             const std::uint64_t call = part[2].matched ? std::stoull(part[2]) : 0;
-            const std::uint64_t code =
-                part[3].matched ? std::stoull(part[3], nullptr, 16) : std::stoull(part[4]);
-            if (code <= 0xFFFFFFFF && (call > 0 || !part[2].matched)) {
-                m_faults[part[1]].push_back({number, call, static_cast<DWORD>(code)});
+            const auto code = ParseNumber(FromUtf8(part[4].str()), 0xFFFFFFFF);
+            if (code && (call > 0 || !part[2].matched)) {
+                m_lines[part[1]].push_back(
+                    {number, call, {static_cast<DWORD>(*code), part[3].matched}});
                 continue;
             }
         }
@@ -96,27 +60,41 @@ FaultScript::FaultScript(std::string_view text, std::vector<std::string>& errors
     }
 }
 
-std::optional<DWORD> FaultScript::Find(std::string_view function, std::uint64_t callOfFunction,
-                                       std::uint64_t callOfAny) const {
-    const Fault* first = nullptr;
+Fault FaultScript::Find(std::string_view function, std::uint64_t callOfFunction,
+                        std::uint64_t callOfAny) const {
+    const Planned* first = nullptr;
     const auto look = [this, &first](std::string_view name, std::uint64_t call) {
-        const auto found = m_faults.find(name);
-        if (found == m_faults.end())
+        const auto found = m_lines.find(name);
+        if (found == m_lines.end())
             return;
-        for (const Fault& fault : found->second)
-            if ((fault.number == 0 || fault.number == call) && (!first || fault.line < first->line))
-                first = &fault;
+        for (const Planned& planned : found->second)
+            if ((planned.number == 0 || planned.number == call) &&
+                (!first || planned.line < first->line))
+                first = &planned;
     };
     look(function, callOfFunction);
     look(kAny, callOfAny);
-    return first ? std::optional<DWORD>(first->code) : std::nullopt;
+    return first ? first->fault : Fault();
 }
 
-std::optional<DWORD> FaultFor(const char* function) {
+Fault FaultFor(const char* function) {
     if (Script().IsEmpty())
-        return std::nullopt;
-    static CallCounts counts;
-    return Script().Find(function, counts.CountCall(function), counts.CountCall(kAny));
+        return {};
+    const std::wstring path = ScriptPath() + L".counts";
+    std::istringstream known(FileText(path));
+    std::map<std::string, std::uint64_t> counts;
+    std::string word;
+    if (known >> word && word == ScriptTime())
+        while (known >> word)
+            known >> counts[word];
+    std::string text = ScriptTime();
+    ++counts[function];
+    ++counts[kAny];
+    for (const auto& [name, count] : counts)
+        text += "\n" + name + " " + std::to_string(count);
+    if (!WriteText(OpenFile(path, GENERIC_WRITE, 0, CREATE_ALWAYS), text))
+        JournalMisuse("faults: the calls cannot be counted in a file");
+    return Script().Find(function, counts[function], counts[kAny]);
 }
 
 }  // namespace lab

@@ -2,338 +2,212 @@
 
 #include <cwchar>
 
-#include "lab/dhcpserver/AddressText.h"
-#include "lab/journal/Journal.h"
+#include "lab/journal/Text.h"
 
 namespace lab {
 namespace {
 
 constexpr std::size_t kMaxMacDigits = 510;
 
-constexpr char kAddScopeUsage[] =
-    "Usage: add scope ScopeAddress SubnetMask ScopeName [ScopeComment]\n"
-    "  Adds a scope. A name or comment with blanks needs quotation marks.";
-constexpr char kAddRangeUsage[] =
-    "Usage: add iprange StartIP EndIP [DHCP | BOOTP | BOTH] [MaxBootpClients]\n"
-    "  Adds a range of addresses to the scope.";
-constexpr char kAddExclusionUsage[] =
-    "Usage: add excluderange StartIP EndIP\n"
-    "  Keeps a range of addresses of the scope from being leased.";
-constexpr char kSetOptionUsage[] =
-    "Usage: set optionvalue OptionCode BYTE | WORD | DWORD | STRING | IPADDRESS\n"
-    "       [user=UserClass] [vendor=VendorClass] [DhcpFullForce | DhcpNoForce] Value ...\n"
-    "  Sets an option of the scope.";
-constexpr char kAddReservationUsage[] =
-    "Usage: add reservedip ReservedIP MAC [ClientName] [ClientComment] [DHCP | BOOTP | BOTH]\n"
-    "  Reserves an address. The MAC is hexadecimal digits with nothing between them.";
-constexpr char kDeleteReservationUsage[] =
-    "Usage: delete reservedip ReservedIP MAC\n"
-    "  Deletes the reservation of an address.";
-
 bool Is(const std::wstring& word, const wchar_t* keyword) {
     return ::_wcsicmp(word.c_str(), keyword) == 0;
-}
-
-bool StartsWith(const std::wstring& word, const wchar_t* prefix) {
-    return ::_wcsnicmp(word.c_str(), prefix, std::wcslen(prefix)) == 0;
 }
 
 /// Takes words one after another; a word that does not fit, or is missing, spoils all of them.
 class WordReader {
 public:
-    explicit WordReader(std::vector<std::wstring> words) : m_words(std::move(words)) {}
+    explicit WordReader(const std::vector<std::wstring>& words) : m_words(words) {}
 
-    bool HasNext() const { return m_next < m_words.size(); }
-    bool IsFine() const { return m_isFine; }
-    void Spoil() { m_isFine = false; }
+    bool IsSpoilt() const { return !m_isFine || m_next < m_words.size(); }
 
-    std::wstring Next() {
-        if (!HasNext()) {
-            Spoil();
-            return {};
-        }
-        return m_words[m_next++];
+    std::wstring Next() { return Value(Optional()); }
+    Text Optional() { return m_next < m_words.size() ? Text(m_words[m_next++]) : std::nullopt; }
+    DWORD Address() { return Value(ParseAddress(Next())); }
+    DWORD Number() { return static_cast<DWORD>(Value(ParseNumber(Next(), 0xFFFFFFFF))); }
+    Identifier Mac() {
+        const std::wstring digits = Next();
+        const bool isPossible = !digits.empty() && digits.size() <= kMaxMacDigits;
+        return Value(isPossible ? ParseHexBytes(digits) : std::nullopt);
     }
-    /// The next word only when the test likes it.
-    template <class Test>
-    std::optional<std::wstring> NextIf(const Test& test) {
-        return HasNext() && test(m_words[m_next]) ? std::optional(m_words[m_next++]) : std::nullopt;
+    AddressRange Range() {
+        const DWORD first = Address();
+        return {first, Address()};
     }
-    std::optional<std::wstring> Optional() {
-        return NextIf([](const std::wstring&) { return true; });
-    }
-    DWORD Address() { return static_cast<DWORD>(Value(ParseAddress(Next()))); }
-    ULONGLONG Number(ULONGLONG max) { return Value(ParseNumber(Next(), max)); }
-
-    template <class Number>
-    ULONGLONG Value(const std::optional<Number>& value) {
-        m_isFine = m_isFine && value;
-        return value.value_or(0);
+    /// The number that belongs to the word; `otherwise` when there is none.
+    DWORD Keyword(std::initializer_list<std::pair<const wchar_t*, DWORD>> keywords,
+                  std::optional<DWORD> otherwise = std::nullopt) {
+        const Text word = Optional();
+        for (const auto& [keyword, number] : keywords)
+            if (word && Is(*word, keyword))
+                return number;
+        return Value(word ? std::nullopt : otherwise);
     }
 
 private:
-    std::vector<std::wstring> m_words;
+    template <class Type>
+    Type Value(const std::optional<Type>& value) {
+        m_isFine = m_isFine && value;
+        return value.value_or(Type());
+    }
+
+    const std::vector<std::wstring>& m_words;
     std::size_t m_next = 0;
     bool m_isFine = true;
 };
 
-/// DHCP, BOOTP or BOTH, as allowed client types; absent words leave the default.
-BYTE ReadTypes(WordReader& words, BYTE standard) {
-    const auto word = words.Optional();
-    if (!word)
-        return standard;
-    if (Is(*word, L"DHCP"))
-        return CLIENT_TYPE_DHCP;
-    if (Is(*word, L"BOOTP"))
-        return CLIENT_TYPE_BOOTP;
-    if (!Is(*word, L"BOTH"))
-        words.Spoil();
-    return CLIENT_TYPE_BOTH;
+using Code = std::optional<DWORD>;  // none: the words do not fit
+
+Code AddScope(WordReader& words, DWORD, ServerRules& rules) {
+    const DWORD id = words.Address();
+    Scope scope;
+    scope.mask = words.Address();
+    scope.name = words.Next();
+    scope.comment = words.Optional().value_or(L"");
+    return words.IsSpoilt() ? std::nullopt : Code(rules.CreateScope(id, std::move(scope)));
 }
 
-Identifier ReadMac(WordReader& words) {
-    const std::wstring digits = words.Next();
-    const auto bytes = ParseHexBytes(digits);
-    if (!bytes || digits.empty() || digits.size() > kMaxMacDigits) {
-        words.Spoil();
-        return {};
-    }
-    return *bytes;
+Code AddRange(WordReader& words, DWORD scope, ServerRules& rules) {
+    const AddressRange range = words.Range();
+    return words.IsSpoilt() ? std::nullopt : Code(rules.AddRange(scope, range));
 }
 
-void ReadOption(WordReader& words, NetshCommand& command) {
-    command.optionId = static_cast<DWORD>(words.Number(0xFFFFFFFF));
-    static constexpr struct {
-        const wchar_t* name;
-        DHCP_OPTION_DATA_TYPE type;
-        ULONGLONG max;
-    } kTypes[] = {{L"BYTE", DhcpByteOption, 0xFF},
-                  {L"WORD", DhcpWordOption, 0xFFFF},
-                  {L"DWORD", DhcpDWordOption, 0xFFFFFFFF},
-                  {L"STRING", DhcpStringDataOption, 0},
-                  {L"IPADDRESS", DhcpIpAddressOption, 0}};
-    const std::wstring typeName = words.Next();
-    const auto* type = std::begin(kTypes);
-    while (type != std::end(kTypes) && !Is(typeName, type->name))
-        ++type;
-    if (type == std::end(kTypes)) {
-        words.Spoil();
-        return;
-    }
-    for (const wchar_t* prefix : {L"user=", L"vendor="}) {
-        const auto isClass = [prefix](const auto& word) { return StartsWith(word, prefix); };
-        if (const auto word = words.NextIf(isClass); word && word->size() > std::wcslen(prefix))
-            command.isDefaultClass = false;
-    }
-    words.NextIf(
-        [](const auto& word) { return Is(word, L"DhcpFullForce") || Is(word, L"DhcpNoForce"); });
-    do {
-        OptionElement element{type->type, 0, {}, {}};
-        if (type->type == DhcpStringDataOption)
-            element.text = words.Next();
-        else if (type->type == DhcpIpAddressOption)
-            element.number = words.Address();
-        else
-            element.number = words.Number(type->max);
-        command.optionValue.push_back(std::move(element));
-    } while (words.HasNext() && words.IsFine());
+Code AddExclusion(WordReader& words, DWORD scope, ServerRules& rules) {
+    const AddressRange range = words.Range();
+    return words.IsSpoilt() ? std::nullopt : Code(rules.AddExclusion(scope, range));
 }
 
-DHCP_SUBNET_ELEMENT_TYPE RangeTypeOf(BYTE clientTypes) {
-    switch (clientTypes) {
-        case CLIENT_TYPE_DHCP:
-            return DhcpIpRangesDhcpOnly;
-        case CLIENT_TYPE_BOOTP:
-            return DhcpIpRangesBootpOnly;
-        case CLIENT_TYPE_BOTH:
-            return DhcpIpRangesDhcpBootp;
-        default:
-            return DhcpIpRanges;
-    }
+Code SetOption(WordReader& words, DWORD scope, ServerRules& rules) {
+    const DWORD option = words.Number();
+    const DWORD kind =
+        words.Keyword({{L"DWORD", api::kOptionDword}, {L"IPADDRESS", api::kOptionAddress}});
+    const DWORD value = kind == api::kOptionAddress ? words.Address() : words.Number();
+    return words.IsSpoilt() ? std::nullopt : Code(rules.SetOption(scope, option, {{kind, value}}));
 }
 
-struct Verb {
-    const wchar_t* first;
-    const wchar_t* second;
-    NetshCommand::Verb verb;
-    bool isInScope;
-    const char* usage;
+Code AddReservation(WordReader& words, DWORD scope, ServerRules& rules) {
+    const DWORD address = words.Address();
+    Reservation reservation{words.Mac()};
+    const Text name = words.Optional();
+    const Text comment = words.Optional();
+    reservation.allowedTypes = static_cast<BYTE>(words.Keyword(
+        {{L"DHCP", api::kTypeDhcp}, {L"BOOTP", api::kTypeBootp}, {L"BOTH", api::kTypeBoth}},
+        api::kTypeBoth));
+    if (words.IsSpoilt())
+        return std::nullopt;
+    const DWORD code = rules.AddReservation(scope, address, reservation);
+    // A reservation has no texts of its own: they go to the record that came with it.
+    return code || !name ? code : rules.SetClientTexts(address, name, comment);
+}
+
+Code DeleteReservation(WordReader& words, DWORD scope, ServerRules& rules) {
+    const DWORD address = words.Address();
+    const Identifier hardware = words.Mac();
+    return words.IsSpoilt() ? std::nullopt
+                            : Code(rules.RemoveReservation(scope, address, hardware));
+}
+
+constexpr struct {
+    DWORD code;
+    const char* text;
+} kErrorTexts[] = {
+    {ERROR_SUCCESS, "Command completed successfully."},
+    {ERROR_ACCESS_DENIED, "Access is denied."},
+    {kSubnetNotPresent, "The specified subnet does not exist on the server."},
+    {kNotReservedClient, "The specified client is not a reserved client."},
+    {kReservationExists,
+     "The specified IP address or hardware address is being used by another client."},
 };
-constexpr Verb kVerbs[] = {
-    {L"add", L"scope", NetshCommand::Verb::kAddScope, false, kAddScopeUsage},
-    {L"add", L"iprange", NetshCommand::Verb::kAddRange, true, kAddRangeUsage},
-    {L"add", L"excluderange", NetshCommand::Verb::kAddExclusion, true, kAddExclusionUsage},
-    {L"set", L"optionvalue", NetshCommand::Verb::kSetOption, true, kSetOptionUsage},
-    {L"add", L"reservedip", NetshCommand::Verb::kAddReservation, true, kAddReservationUsage},
-    {L"delete", L"reservedip", NetshCommand::Verb::kDeleteReservation, true,
-     kDeleteReservationUsage},
-};
-
-void ReadArguments(WordReader& words, NetshCommand& command) {
-    switch (command.verb) {
-        case NetshCommand::Verb::kAddScope:
-            command.scope = words.Address();
-            command.mask = words.Address();
-            command.name = words.Next();
-            command.comment = words.Optional().value_or(L"");
-            break;
-        case NetshCommand::Verb::kAddRange:
-            command.range = {words.Address(), 0};
-            command.range.last = words.Address();
-            command.rangeType = RangeTypeOf(ReadTypes(words, CLIENT_TYPE_UNSPECIFIED));
-            if (words.HasNext())
-                words.Number(0xFFFFFFFF);  // the most BOOTP clients: none are ever served here
-            break;
-        case NetshCommand::Verb::kAddExclusion:
-            command.range = {words.Address(), 0};
-            command.range.last = words.Address();
-            break;
-        case NetshCommand::Verb::kSetOption:
-            ReadOption(words, command);
-            break;
-        case NetshCommand::Verb::kAddReservation:
-        case NetshCommand::Verb::kDeleteReservation:
-            command.range.first = words.Address();
-            command.range.last = command.range.first;
-            command.hardware = ReadMac(words);
-            if (command.verb == NetshCommand::Verb::kAddReservation) {
-                command.name = words.Optional();
-                command.comment = words.Optional();
-                command.clientTypes = ReadTypes(words, CLIENT_TYPE_BOTH);
-            }
-            break;
-    }
-    if (words.HasNext())
-        words.Spoil();
-}
 
 }  // namespace
 
-std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>& words) {
+struct NetshVerb {
+    const wchar_t* first;
+    const wchar_t* second;
+    bool isInScope;
+    Code (*run)(WordReader& words, DWORD scope, ServerRules& rules);
+    const char* usage;
+};
+
+namespace {
+
+constexpr NetshVerb kVerbs[] = {
+    {L"add", L"scope", false, AddScope, "ScopeAddress SubnetMask ScopeName [ScopeComment]"},
+    {L"add", L"iprange", true, AddRange, "StartIP EndIP [DHCP | BOOTP | BOTH] [MaxBootpClients]"},
+    {L"add", L"excluderange", true, AddExclusion, "StartIP EndIP"},
+    {L"set", L"optionvalue", true, SetOption,
+     "OptionCode BYTE | WORD | DWORD | STRING | IPADDRESS [user=UserClass] [vendor=VendorClass] "
+     "[DhcpFullForce | DhcpNoForce] Value ..."},
+    {L"add", L"reservedip", true, AddReservation,
+     "ReservedIP MAC [ClientName] [ClientComment] [DHCP | BOOTP | BOTH]"},
+    {L"delete", L"reservedip", true, DeleteReservation, "ReservedIP MAC"},
+};
+
+}  // namespace
+
+std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>& words,
+                                                const ServerSettings& settings) {
     const auto isWord = [&words](std::size_t at, const wchar_t* keyword) {
         return at < words.size() && Is(words[at], keyword);
     };
     if (!isWord(0, L"dhcp") || !isWord(1, L"server"))
         return std::nullopt;
     std::size_t next = 2;
-    NetshCommand command{};
-    const auto isContext = [&isWord](std::size_t at) {
-        return isWord(at, L"add") || isWord(at, L"set") || isWord(at, L"delete") ||
-               isWord(at, L"scope");
-    };
-    if (next < words.size() && !isContext(next)) {
-        // A bare host name is outside of netsh's own grammar, but it is what users type.
-        const std::wstring& server = words[next++];
-        command.server = StartsWith(server, L"\\\\") ? server.substr(2) : server;
-    }
+    NetshCommand command;
+    command.server = L"127.0.0.1";
+    const bool isName = next < words.size() && words[next].rfind(L"\\\\", 0) == 0;
+    const bool isContext = isWord(next, L"add") || isWord(next, L"scope");
+    if (isName)
+        command.server = words[next++].substr(2);
+    else if (next < words.size() && !isContext &&
+             (settings.netshBareNames || ParseAddress(words[next])))
+        command.server = words[next++];
     const bool isInScope = isWord(next, L"scope");
     if (isInScope) {
-        const auto id = next + 1 < words.size() ? ParseAddress(words[next + 1]) : std::nullopt;
-        command.isScopeValid = id.has_value();
-        command.scope = id.value_or(0);
+        command.scope = next + 1 < words.size() ? words[next + 1] : L"";
         next += 2;
     }
-    for (const lab::Verb& verb : kVerbs) {
+    for (const NetshVerb& verb : kVerbs) {
         if (verb.isInScope == isInScope && isWord(next, verb.first) &&
             isWord(next + 1, verb.second)) {
-            command.verb = verb.verb;
-            const auto from = words.begin() + static_cast<std::ptrdiff_t>(next + 2);
-            WordReader arguments({from, words.end()});
-            ReadArguments(arguments, command);
-            if (!arguments.IsFine())
-                command.usage = verb.usage;
+            command.verb = &verb;
+            command.arguments.assign(words.begin() + static_cast<std::ptrdiff_t>(next + 2),
+                                     words.end());
             return command;
         }
     }
     return std::nullopt;
 }
 
-DWORD NetshCommand::Run(ServerRules& rules) const {
-    // The API's records, filled as netsh fills them. They only point at this command's members.
-    DHCP_IP_RANGE bounds{range.first, range.last};
-    DHCP_CLIENT_UID client{static_cast<DWORD>(hardware.size()),
-                           reinterpret_cast<BYTE*>(const_cast<char*>(hardware.data()))};
-    DHCP_IP_RESERVATION_V4 reservation{range.first, &client, clientTypes};
-    DHCP_SUBNET_ELEMENT_DATA_V4 element{};
-    switch (verb) {
-        case Verb::kAddScope: {
-            DHCP_SUBNET_INFO info{};
-            info.SubnetAddress = scope;
-            info.SubnetMask = mask;
-            info.SubnetName = const_cast<WCHAR*>(name->c_str());
-            info.SubnetComment = const_cast<WCHAR*>(comment->c_str());
-            return rules.CreateSubnet(scope, &info);
-        }
-        case Verb::kAddRange:
-            element.ElementType = rangeType;
-            element.Element.IpRange = &bounds;
-            return rules.AddElement(scope, element);
-        case Verb::kAddExclusion:
-            element.ElementType = DhcpExcludedIpRanges;
-            element.Element.ExcludeIpRange = &bounds;
-            return rules.AddElement(scope, element);
-        case Verb::kSetOption: {
-            std::vector<DHCP_OPTION_DATA_ELEMENT> elements;
-            for (const OptionElement& value : optionValue) {
-                DHCP_OPTION_DATA_ELEMENT copy{};
-                copy.OptionType = static_cast<DHCP_OPTION_DATA_TYPE>(value.type);
-                if (value.type == DhcpStringDataOption)
-                    copy.Element.StringDataOption = const_cast<WCHAR*>(value.text.c_str());
-                else
-                    copy.Element.DWordDWordOption = value.number;
-                elements.push_back(copy);
-            }
-            DHCP_OPTION_SCOPE_INFO where{};
-            where.ScopeType = DhcpSubnetOptions;
-            where.ScopeInfo.SubnetScopeInfo = scope;
-            return rules.SetOptionValue(optionId, where,
-                                        {static_cast<DWORD>(elements.size()), elements.data()});
-        }
-        case Verb::kAddReservation: {
-            element.ElementType = DhcpReservedIps;
-            element.Element.ReservedIp = &reservation;
-            const DWORD code = rules.AddElement(scope, element);
-            if (code != ERROR_SUCCESS || !name)
-                return code;
-            // A reservation has no texts of its own: they go to the record that came with it.
-            return rules.SetClientTexts(range.first, name->c_str(),
-                                        comment ? comment->c_str() : nullptr);
-        }
-        case Verb::kDeleteReservation:
-            element.ElementType = DhcpReservedIps;
-            element.Element.ReservedIp = &reservation;
-            return rules.RemoveElement(scope, element, DhcpNoForce);
-    }
-    return ERROR_INVALID_PARAMETER;
+NetshAnswer NetshCommand::Run(ServerState& state, const ServerSettings& settings,
+                              const ServerRules::Clock& clock) const {
+    if (!state.IsReachedBy(server))
+        return AnswerTo(RPC_S_SERVER_UNAVAILABLE, server);
+    const auto scopeId = ParseAddress(scope);
+    if (verb->isInScope && (!scopeId || !state.FindScope(*scopeId)))
+        return {"The command needs a valid Scope IP Address.", "no scope"};
+    const std::string context = verb->isInScope ? "\nChanged the current scope context to " +
+                                                      Dotted(*scopeId) + " scope.\n\n"
+                                                : "";
+    WordReader words(arguments);
+    ServerRules rules(state, settings, clock);
+    const auto code = verb->run(words, scopeId.value_or(0), rules);
+    if (!code)
+        return {context + "Usage: " + ToUtf8(verb->first) + " " + ToUtf8(verb->second) + " " +
+                    verb->usage,
+                "usage"};
+    const NetshAnswer answer = AnswerTo(*code, server);
+    return {context + answer.text, answer.result};
 }
 
-std::string NetshErrorText(DWORD code) {
-    switch (code) {
-        case ERROR_ACCESS_DENIED:
-            return "Access is denied.";
-        case ERROR_INVALID_PARAMETER:
-            return "The parameter is incorrect.";
-        case kSubnetNotPresent:
-            return "The specified subnet does not exist on the server.";
-        case kOptionNotPresent:
-            return "The specified option is not defined on the server.";
-        case kJetError:
-            return "The server's database reported an error: the record exists, or there is none.";
-        case kNotReservedClient:
-            return "The specified client is not a reserved client.";
-        case kReservedClient:
-            return "The specified client is a reserved client.";
-        case kRangeExists:
-            return "The specified address range already exists.";
-        case kReservationExists:
-            return "The specified IP address or hardware address is being used by another client.";
-        case kInvalidRange:
-            return "The specified range overlaps with another one or is not valid.";
-        case kSubnetExists:
-            return "The specified subnet overlaps with an existing one.";
-        default:
-            return "The server answered with error " + std::to_string(code) + ".";
-    }
+NetshAnswer AnswerTo(DWORD code, const std::wstring& server) {
+    std::string text = "The server answered with error " + std::to_string(code) + ".";
+    for (const auto& known : kErrorTexts)
+        if (known.code == code)
+            text = known.text;
+    if (code >= 1700 && code <= 1999)  // the codes of remote calls
+        text = "Unable to determine the DHCP Server version for the Server " + ToUtf8(server) +
+               ".\nServer may not function properly.";
+    return {text, std::to_string(code)};
 }
 
 }  // namespace lab

@@ -1,14 +1,6 @@
-// The commands of netsh's dhcp context that a batch file of this project may hold.
-//
-//   dhcp server [\\Name | Address] add scope ID MASK NAME [COMMENT]
-//   dhcp server [...] scope ID add iprange FIRST LAST [DHCP|BOOTP|BOTH] [MAXBOOTP]
-//   dhcp server [...] scope ID add excluderange FIRST LAST
-//   dhcp server [...] scope ID set optionvalue CODE TYPE [user=..] [vendor=..] [FORCE] VALUE...
-//   dhcp server [...] scope ID add reservedip ADDRESS MAC [NAME] [COMMENT] [DHCP|BOOTP|BOTH]
-//   dhcp server [...] scope ID delete reservedip ADDRESS MAC
-//
-// Keywords in any case. Arguments go by position: a name with a blank that nobody quoted moves
-// every word behind it, and a word too many makes the command fail.
+// The commands of netsh's dhcp context that a batch file of this project may hold; docs/lab.md
+// lists them. Arguments go by position: a name with a blank that nobody quoted moves every word
+// behind it, and a word too many makes the command fail.
 #pragma once
 
 #include <optional>
@@ -19,42 +11,32 @@
 
 namespace lab {
 
-/// One command, understood but not carried out.
-struct NetshCommand {
-    enum class Verb {
-        kAddScope,
-        kAddRange,
-        kAddExclusion,
-        kSetOption,
-        kAddReservation,
-        kDeleteReservation
-    };
-    Verb verb;
-    std::wstring server;  // without "\\", empty for this machine
-    DWORD scope = 0;
-    bool isScopeValid = true;          // the scope's id is an address
-    std::optional<std::string> usage;  // set: wrong arguments, this is netsh's answer
+struct NetshVerb;
 
-    DWORD mask = 0;
-    AddressRange range{};  // also a reservation's address, twice
-    DHCP_SUBNET_ELEMENT_TYPE rangeType = DhcpIpRanges;
-    Identifier hardware;
-    BYTE clientTypes = CLIENT_TYPE_BOTH;
-    std::optional<std::wstring> name;
-    std::optional<std::wstring> comment;
-    DWORD optionId = 0;
-    OptionValue optionValue;
-    bool isDefaultClass = true;
-
-    /// The words after "netsh"; none for a command that netsh would not find.
-    static std::optional<NetshCommand> Parse(const std::vector<std::wstring>& words);
-
-    /// Carries the command out by the server's rules; `rules` are those of one server. The scope
-    /// must have been looked for already.
-    DWORD Run(ServerRules& rules) const;
+/// What netsh prints, and what the journal notes behind the arrow.
+struct NetshAnswer {
+    std::string text;
+    std::string result;
 };
 
-/// netsh's sentence for a code of the server.
-std::string NetshErrorText(DWORD code);
+/// The answer to a code of the server; one from 1700 to 1999 means that it is not reached.
+NetshAnswer AnswerTo(DWORD code, const std::wstring& server);
+
+/// One command, found by its keywords; its arguments are not looked at yet.
+struct NetshCommand {
+    const NetshVerb* verb = nullptr;
+    std::wstring server;  // without "\\"; this machine when none is given
+    std::wstring scope;
+    std::vector<std::wstring> arguments;
+
+    /// The words after "netsh"; none for a command that netsh would not find.
+    static std::optional<NetshCommand> Parse(const std::vector<std::wstring>& words,
+                                             const ServerSettings& settings);
+
+    /// Carries the command out: netsh looks for the server, then for the scope, then reads the
+    /// arguments.
+    NetshAnswer Run(ServerState& state, const ServerSettings& settings,
+                    const ServerRules::Clock& clock = ServerRules::SystemTime) const;
+};
 
 }  // namespace lab

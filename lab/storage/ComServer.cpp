@@ -20,54 +20,37 @@ constexpr wchar_t kTypeLibIdText[] = L"{b8c857ca-f21b-428b-ae26-799b5353b341}";
 constexpr wchar_t kTitle[] = L"Storage component (stand-in)";
 
 HMODULE thisModule = nullptr;
-std::atomic<long> locks{0};
 
+/// One for all, which nobody has to free.
 class ClassFactory final : public IClassFactory {
 public:
-    ClassFactory() { ++lab::StorageComponent::liveObjects; }
-    ClassFactory(const ClassFactory&) = delete;
-    ClassFactory& operator=(const ClassFactory&) = delete;
-
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
         if (!object)
             return E_POINTER;
         const bool isKnown =
             ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, IID_IClassFactory);
         *object = isKnown ? static_cast<IClassFactory*>(this) : nullptr;
-        if (!isKnown)
-            return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
+        return isKnown ? S_OK : E_NOINTERFACE;
     }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --m_references;
-        if (left == 0)
-            delete this;
-        return left;
-    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
         const HRESULT hr = Create(outer, iid, object);
         lab::Journal("store CreateInstance -> " + lab::Hex(static_cast<std::uint32_t>(hr)));
         return hr;
     }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override {
-        locks += lock ? 1 : -1;
-        return S_OK;
-    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 
 private:
-    ~ClassFactory() { --lab::StorageComponent::liveObjects; }
-
     static HRESULT Create(IUnknown* outer, REFIID iid, void** object) {
         if (!object)
             return E_POINTER;
         *object = nullptr;
         if (outer)
             return CLASS_E_NOAGGREGATION;
-        if (const auto fault = lab::FaultFor("CreateInstance"))
-            return static_cast<HRESULT>(*fault);
+        if (const lab::Fault fault = lab::FaultFor("CreateInstance"); fault.code)
+            return static_cast<HRESULT>(fault.code);
         auto* const component = new (std::nothrow) lab::StorageComponent();
         if (!component)
             return E_OUTOFMEMORY;
@@ -75,9 +58,9 @@ private:
         component->Release();
         return hr;
     }
-
-    std::atomic<ULONG> m_references{1};
 };
+
+ClassFactory theFactory;
 
 struct KeyValue {
     std::wstring key;  // below HKEY_CLASSES_ROOT
@@ -119,16 +102,11 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID iid, void** object) {
     *object = nullptr;
     if (!::IsEqualCLSID(classId, CLSID_LabZakStorageDB))
         return CLASS_E_CLASSNOTAVAILABLE;
-    auto* const factory = new (std::nothrow) ClassFactory();
-    if (!factory)
-        return E_OUTOFMEMORY;
-    const HRESULT hr = factory->QueryInterface(iid, object);
-    factory->Release();
-    return hr;
+    return theFactory.QueryInterface(iid, object);
 }
 
 STDAPI DllCanUnloadNow() {
-    return lab::StorageComponent::liveObjects == 0 && locks == 0 ? S_OK : S_FALSE;
+    return lab::StorageComponent::liveObjects == 0 ? S_OK : S_FALSE;
 }
 
 STDAPI DllRegisterServer() {

@@ -3,12 +3,13 @@
 #include <set>
 
 #include "lab/journal/Environment.h"
-#include "lab/journal/FaultScript.h"
 #include "lab/journal/Journal.h"
 #include "lab/storage/ComServer.h"
 
 namespace lab {
 namespace {
+
+constexpr long kPublic = 1;  // the visibility of the values that everybody may read
 
 std::mutex openStoresMutex;
 std::set<StoreFile*> openStores;
@@ -30,14 +31,12 @@ std::string Word(BSTR text) {
     const std::string quoted = Quoted(text, ::SysStringLen(text));
     const bool isPlain = text && quoted.size() > 2 && quoted != "\"null\"" &&
                          quoted.find_first_of(" \\") == std::string::npos;
-    return isPlain ? quoted.substr(1, quoted.size() - 2) : quoted;
+    return " " + (isPlain ? quoted.substr(1, quoted.size() - 2) : quoted);
 }
 
-/// A call here means that the caller's interface has its operations in another order.
-HRESULT UnusedSlot(const char* function) {
-    JournalMisuse("store " + std::string(function) + " called");
-    return E_NOTIMPL;
-}
+/// What callers ask for that do not look for a published id.
+constexpr IID kAskedByDefault = {
+    0x6f0c1a52, 0x3b7e, 0x4d19, {0x9a, 0x84, 0x2e, 0x5d, 0x71, 0xc0, 0xb3, 0xe6}};
 
 /// The interface's id: the published one, or the one that a rehearsal names.
 IID InterfaceId() {
@@ -55,10 +54,15 @@ void SaveLeftOpen(StoreFile& file) {
 
 }  // namespace
 
-/// One call as the journal shows it.
+/// One call as the journal shows it; numbers are shown as they came.
 struct StorageComponent::Call {
-    const char* function;
-    std::string arguments;
+    explicit Call(const char* name, std::string given = {})
+        : function(name), arguments(std::move(given)) {}
+    Call(const char* name, long theVisibility, long theIndex, const std::string& names)
+        : function(name),
+          arguments(" " + std::to_string(theVisibility) + " " + std::to_string(theIndex) + names),
+          visibility(theVisibility),
+          index(theIndex) {}
 
     HRESULT Result(HRESULT hr, const std::string& more = std::string()) const {
         Journal("store " + std::string(function) + arguments + " -> " +
@@ -69,6 +73,11 @@ struct StorageComponent::Call {
         JournalMisuse("store " + std::string(function) + ": " + what);
         return hr;
     }
+
+    const char* function;
+    std::string arguments;
+    long visibility = kPublic;
+    long index = 0;
 };
 
 std::atomic<long> StorageComponent::liveObjects{0};
@@ -97,8 +106,8 @@ HRESULT StorageComponent::QueryInterface(REFIID iid, void** object) {
     if (!object)
         return E_POINTER;
     const bool isKnown = ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, InterfaceId()) ||
-                         ::IsEqualIID(iid, IID_IZakStorageDB);
-    *object = isKnown ? static_cast<IZakStorageDB*>(this) : nullptr;
+                         ::IsEqualIID(iid, kAskedByDefault);
+    *object = isKnown ? this : nullptr;
     if (!isKnown)
         return E_NOINTERFACE;
     AddRef();
@@ -116,88 +125,102 @@ ULONG StorageComponent::Release() {
     return left;
 }
 
-HRESULT StorageComponent::Initialize(BSTR bstrDBPath) {
+HRESULT StorageComponent::Initialize(BSTR path) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const Call call{"Initialize", " " + Quoted(bstrDBPath, ::SysStringLen(bstrDBPath))};
+    const Call call("Initialize", " " + Quoted(path, ::SysStringLen(path)));
     if (m_state == State::Open)
         return call.Result(call.Misuse("store is open already", E_UNEXPECTED));
     m_state = State::Failed;
-    if (!bstrDBPath)
+    if (!path)
         return call.Result(call.Misuse("path is null", E_POINTER));
-    if (const auto fault = FaultFor(call.function))
-        return call.Result(static_cast<HRESULT>(*fault));
-    const HRESULT hr = m_file.Open(Text(bstrDBPath));
+    if (const Fault fault = FaultFor(call.function); fault.code)
+        return call.Result(static_cast<HRESULT>(fault.code));
+    const HRESULT hr = m_file.Open(Text(path));
     if (SUCCEEDED(hr)) {
         m_state = State::Open;
         RememberOpen(&m_file, true);
     }
-    return call.Result(hr,
-                       m_file.FailedLine() ? "line " + std::to_string(m_file.FailedLine()) : "");
+    return call.Result(hr, Escape(std::string_view(m_file.Failure())));
 }
 
-HRESULT StorageComponent::CheckOpen(const char* function) {
-    if (m_state == State::Open)
-        return S_OK;
-    if (m_state != State::Failed) {
-        const bool isNew = m_state == State::New;
-        Call{function, {}}.Misuse(isNew ? "before Initialize" : "after Uninitialize", E_UNEXPECTED);
-    }
-    return E_UNEXPECTED;
+HRESULT StorageComponent::CheckOpen(const Call& call) {
+    if (m_state == State::New || m_state == State::Closed)
+        call.Misuse(m_state == State::New ? "before Initialize" : "after Uninitialize", S_OK);
+    return m_state == State::Open ? S_OK : E_UNEXPECTED;
 }
 
-HRESULT StorageComponent::Check(const Call& call, E_ZAKSTORAGE_VISIBILITY visibility, long index,
-                                BSTR section) {
-    if (visibility != E_ZAKSTORAGE_PUBLIC)
-        return call.Misuse("visibility " + std::to_string(visibility), E_INVALIDARG);
-    if (index != 0)
-        return call.Misuse("index " + std::to_string(index), E_INVALIDARG);
-    if (!section)
-        return call.Misuse("section is null", E_INVALIDARG);
-    const HRESULT hr = CheckOpen(call.function);
-    const auto fault = FAILED(hr) ? std::nullopt : FaultFor(call.function);
-    return fault ? static_cast<HRESULT>(*fault) : hr;
+HRESULT StorageComponent::Check(const Call& call, BSTR section, const char* misuse, Fault& fault) {
+    if (call.visibility != kPublic)
+        return call.Misuse("visibility " + std::to_string(call.visibility), E_INVALIDARG);
+    if (call.index != 0)
+        return call.Misuse("index " + std::to_string(call.index), E_INVALIDARG);
+    if (!section || misuse)
+        return call.Misuse(section ? misuse : "section is null", E_INVALIDARG);
+    const HRESULT hr = CheckOpen(call);
+    if (FAILED(hr))
+        return hr;
+    fault = FaultFor(call.function);
+    return fault.IsRefusal() ? static_cast<HRESULT>(fault.code) : S_OK;
 }
 
-HRESULT StorageComponent::Answer(const Call& call, HRESULT hr, OwnedVariant& made, VARIANT* out) {
-    if (!out)
-        return call.Result(call.Misuse("out VARIANT is null", E_POINTER));
-    if (out->vt != VT_EMPTY)
+HRESULT StorageComponent::Read(const Call& call, BSTR section, const char* misuse, VARIANT* out,
+                               const std::function<HRESULT(OwnedVariant&)>& read) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Fault fault;
+    OwnedVariant made;
+    HRESULT hr = Check(call, section, out ? misuse : "out VARIANT is null", fault);
+    if (out && out->vt != VT_EMPTY)
         call.Misuse("out VARIANT is not empty, its content is lost: " + Describe(*out), S_OK);
-    call.Result(hr, SUCCEEDED(hr) && JournalIsOn() ? Describe(made.get()) : "");
-    *out = made.Detach();
+    hr = hr == S_OK && !fault.code ? read(made) : fault.After(hr);
+    call.Result(hr, SUCCEEDED(hr) ? Describe(made.get()) : "");
+    if (out)
+        *out = made.Detach();
     return hr;
 }
 
-HRESULT StorageComponent::get_Value(E_ZAKSTORAGE_VISIBILITY visibility, long index, BSTR section,
-                                    BSTR entry, BSTR valueName, VARIANT* value) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const Call call{"get_Value", " " + Word(section) + " " + Word(entry) + " " + Word(valueName)};
-    OwnedVariant made;
-    HRESULT hr = Check(call, visibility, index, section);
-    if (hr == S_OK)
-        hr = m_file.Get(Text(section), Text(entry), Text(valueName), made);
-    return Answer(call, hr, made, value);
+HRESULT StorageComponent::get_Value(long visibility, long index, BSTR section, BSTR entry,
+                                    BSTR name, VARIANT* value) {
+    const Call call("get_Value", visibility, index, Word(section) + Word(entry) + Word(name));
+    return Read(call, section, nullptr, value, [&](OwnedVariant& made) {
+        return m_file.Get(Text(section), Text(entry), Text(name), made);
+    });
 }
 
-HRESULT StorageComponent::put_Value(E_ZAKSTORAGE_VISIBILITY visibility, long index, BSTR section,
-                                    BSTR entry, BSTR valueName, VARIANT value) {
+HRESULT StorageComponent::Enumerate(long visibility, long index, BSTR section, BSTR entry,
+                                    VARIANT* entries) {
+    const Call call("Enumerate", visibility, index, Word(section));
+    return Read(call, section, entry ? "an entry given, only sections can be listed" : nullptr,
+                entries, [&](OwnedVariant& made) { return m_file.List(Text(section), made); });
+}
+
+HRESULT StorageComponent::EnumerateWithValue(long visibility, long index, BSTR section, BSTR entry,
+                                             BSTR unused, VARIANT* pairs) {
+    const Call call("EnumerateWithValue", visibility, index, Word(section) + Word(entry));
+    const char* const misuse = unused ? "the unused text is not null" : "entry is null";
+    return Read(call, section, entry && !unused ? nullptr : misuse, pairs, [&](OwnedVariant& made) {
+        return m_file.ListValues(Text(section), Text(entry), made);
+    });
+}
+
+HRESULT StorageComponent::put_Value(long visibility, long index, BSTR section, BSTR entry,
+                                    BSTR name, VARIANT value) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const Call call{"put_Value", " " + Word(section) + " " + Word(entry) + " " + Word(valueName) +
-                                     " " + Describe(value)};
-    HRESULT hr = Check(call, visibility, index, section);
-    if (value.vt != VT_BSTR)
-        hr = call.Misuse("value is no text: " + Describe(value), E_INVALIDARG);
-    else if (!entry || !valueName)
-        hr = call.Misuse("entry or value name is null", E_INVALIDARG);
+    const Call call("put_Value", visibility, index,
+                    Word(section) + Word(entry) + Word(name) + " " + Describe(value));
+    const char* const misuse = value.vt != VT_BSTR ? "value is no text"
+                               : !entry || !name   ? "entry or value name is null"
+                                                   : nullptr;
+    Fault fault;
+    const HRESULT hr = Check(call, section, misuse, fault);
     if (hr == S_OK)
-        m_file.Put(Text(section), Text(entry), Text(valueName), Text(value.bstrVal));
-    return call.Result(hr);
+        m_file.Put(Text(section), Text(entry), Text(name), Text(value.bstrVal));
+    return call.Result(fault.After(hr));
 }
 
 HRESULT StorageComponent::Uninitialize() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const Call call{"Uninitialize", {}};
-    HRESULT hr = CheckOpen(call.function);
+    const Call call("Uninitialize");
+    HRESULT hr = CheckOpen(call);
     if (FAILED(hr))
         return call.Result(hr);
     // Closed whatever comes out: the caller has no second try, and a planned fault is about the
@@ -205,54 +228,12 @@ HRESULT StorageComponent::Uninitialize() {
     hr = m_file.Save();
     m_state = State::Closed;
     RememberOpen(&m_file, false);
-    const auto fault = FaultFor(call.function);
-    return call.Result(fault ? static_cast<HRESULT>(*fault) : hr);
+    return call.Result(FaultFor(call.function).After(hr));
 }
 
-HRESULT StorageComponent::Enumerate(E_ZAKSTORAGE_VISIBILITY visibility, long index, BSTR section,
-                                    BSTR entry, VARIANT* entries) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const Call call{"Enumerate", " " + Word(section)};
-    OwnedVariant made;
-    HRESULT hr = Check(call, visibility, index, section);
-    if (entry)
-        hr = call.Misuse("only sections can be listed, entry is " + Word(entry), E_INVALIDARG);
-    if (hr == S_OK)
-        hr = m_file.List(Text(section), made);
-    return Answer(call, hr, made, entries);
-}
-
-HRESULT StorageComponent::EnumerateWithValue(E_ZAKSTORAGE_VISIBILITY visibility, long index,
-                                             BSTR section, BSTR entry, BSTR unused,
-                                             VARIANT* pairs) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const Call call{"EnumerateWithValue", " " + Word(section) + " " + Word(entry)};
-    OwnedVariant made;
-    HRESULT hr = Check(call, visibility, index, section);
-    if (!entry || unused)
-        hr = call.Misuse(entry ? "the unused text is not null" : "entry is null", E_INVALIDARG);
-    if (hr == S_OK)
-        hr = m_file.ListValues(Text(section), Text(entry), made);
-    return Answer(call, hr, made, pairs);
-}
-
-HRESULT StorageComponent::Unused4() {
-    return UnusedSlot("Unused4");
-}
-HRESULT StorageComponent::Unused7() {
-    return UnusedSlot("Unused7");
-}
-HRESULT StorageComponent::Unused8() {
-    return UnusedSlot("Unused8");
-}
-HRESULT StorageComponent::Unused9() {
-    return UnusedSlot("Unused9");
-}
-HRESULT StorageComponent::Unused10() {
-    return UnusedSlot("Unused10");
-}
-HRESULT StorageComponent::Unused11() {
-    return UnusedSlot("Unused11");
+HRESULT StorageComponent::Unused(const char* function) {
+    JournalMisuse("store " + std::string(function) + " called");
+    return E_NOTIMPL;
 }
 
 }  // namespace lab

@@ -1,13 +1,17 @@
 // Stand-in for the gateway's storage component: the COM object.
 #pragma once
 
+#include <windows.h>
+
+#include <oaidl.h>
+
 #include <atomic>
-#include <memory>
+#include <functional>
 #include <mutex>
 #include <string>
 
+#include "lab/journal/FaultScript.h"
 #include "lab/storage/StoreFile.h"
-#include "store/ZakStorageDB.h"
 
 namespace lab {
 
@@ -15,11 +19,11 @@ namespace lab {
 /// one: what the interface does not allow is reported as misuse, even where it does no harm.
 ///
 /// A failed Initialize is no misuse, and neither is any call after it: E_UNEXPECTED is all it gets.
-class StorageComponent final : public IZakStorageDB {
+class StorageComponent final : public IUnknown {
 public:
     StorageComponent();
 
-    /// Objects and class factories that somebody still holds.
+    /// Objects that somebody still holds.
     static std::atomic<long> liveObjects;
     /// Called when the DLL leaves: saves what is still open and reports it as misuse.
     static void CloseAllAtUnload();
@@ -28,35 +32,37 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override;
     ULONG STDMETHODCALLTYPE Release() override;
 
-    HRESULT STDMETHODCALLTYPE Initialize(BSTR bstrDBPath) override;
-    HRESULT STDMETHODCALLTYPE get_Value(E_ZAKSTORAGE_VISIBILITY visibility, long index,
-                                        BSTR section, BSTR entry, BSTR valueName,
-                                        VARIANT* value) override;
-    HRESULT STDMETHODCALLTYPE put_Value(E_ZAKSTORAGE_VISIBILITY visibility, long index,
-                                        BSTR section, BSTR entry, BSTR valueName,
-                                        VARIANT value) override;
-    HRESULT STDMETHODCALLTYPE Unused4() override;
-    HRESULT STDMETHODCALLTYPE Uninitialize() override;
-    HRESULT STDMETHODCALLTYPE Enumerate(E_ZAKSTORAGE_VISIBILITY visibility, long index,
-                                        BSTR section, BSTR entry, VARIANT* entries) override;
-    HRESULT STDMETHODCALLTYPE Unused7() override;
-    HRESULT STDMETHODCALLTYPE Unused8() override;
-    HRESULT STDMETHODCALLTYPE Unused9() override;
-    HRESULT STDMETHODCALLTYPE Unused10() override;
-    HRESULT STDMETHODCALLTYPE Unused11() override;
-    HRESULT STDMETHODCALLTYPE EnumerateWithValue(E_ZAKSTORAGE_VISIBILITY visibility, long index,
-                                                 BSTR section, BSTR entry, BSTR unused,
-                                                 VARIANT* pairs) override;
+    // The interface is this order of functions, fourth to fifteenth behind IUnknown's three. A
+    // call of an unused one means that the caller has another order.
+    virtual HRESULT STDMETHODCALLTYPE Initialize(BSTR path);
+    virtual HRESULT STDMETHODCALLTYPE get_Value(long visibility, long index, BSTR section,
+                                                BSTR entry, BSTR name, VARIANT* value);
+    virtual HRESULT STDMETHODCALLTYPE put_Value(long visibility, long index, BSTR section,
+                                                BSTR entry, BSTR name, VARIANT value);
+    virtual HRESULT STDMETHODCALLTYPE Unused4() { return Unused("Unused4"); }
+    virtual HRESULT STDMETHODCALLTYPE Uninitialize();
+    virtual HRESULT STDMETHODCALLTYPE Enumerate(long visibility, long index, BSTR section,
+                                                BSTR entry, VARIANT* entries);
+    virtual HRESULT STDMETHODCALLTYPE Unused7() { return Unused("Unused7"); }
+    virtual HRESULT STDMETHODCALLTYPE Unused8() { return Unused("Unused8"); }
+    virtual HRESULT STDMETHODCALLTYPE Unused9() { return Unused("Unused9"); }
+    virtual HRESULT STDMETHODCALLTYPE Unused10() { return Unused("Unused10"); }
+    virtual HRESULT STDMETHODCALLTYPE Unused11() { return Unused("Unused11"); }
+    virtual HRESULT STDMETHODCALLTYPE EnumerateWithValue(long visibility, long index, BSTR section,
+                                                         BSTR entry, BSTR unused, VARIANT* pairs);
 
 private:
     enum class State { New, Failed, Open, Closed };
     struct Call;
 
     ~StorageComponent();
+    static HRESULT Unused(const char* function);
     /// The checks that all calls on an open store share; a failure is the call's answer.
-    HRESULT Check(const Call& call, E_ZAKSTORAGE_VISIBILITY visibility, long index, BSTR section);
-    HRESULT CheckOpen(const char* function);
-    HRESULT Answer(const Call& call, HRESULT hr, OwnedVariant& made, VARIANT* out);
+    HRESULT Check(const Call& call, BSTR section, const char* misuse, Fault& fault);
+    HRESULT CheckOpen(const Call& call);
+    /// A call that only reads, and hands out what it has read.
+    HRESULT Read(const Call& call, BSTR section, const char* misuse, VARIANT* out,
+                 const std::function<HRESULT(OwnedVariant&)>& read);
 
     std::mutex m_mutex;
     std::atomic<ULONG> m_references{1};

@@ -1,70 +1,24 @@
 #include "lab/storage/StoreFile.h"
 
-#include <shlwapi.h>
-#include <xmllite.h>
-
-#include <cstdio>
-#include <iterator>
-#include <memory>
+#include <algorithm>
+#include <boost/property_tree/detail/rapidxml.hpp>
+#include <stdexcept>
 
 #include "lab/journal/Environment.h"
-#include "lab/journal/Handle.h"
-#include "lab/journal/Journal.h"
+#include "lab/journal/Text.h"
 
 namespace lab {
 namespace {
 
+// The parser of Boost.PropertyTree without its tree, which takes seconds for 100,000 clients.
+namespace xml = boost::property_tree::detail::rapidxml;
+using Node = xml::xml_node<char>;
+
 constexpr HRESULT kNotFound = static_cast<HRESULT>(0x80070490);     // ERROR_NOT_FOUND
 constexpr HRESULT kInvalidData = static_cast<HRESULT>(0x8007000D);  // ERROR_INVALID_DATA
 
-struct ComRelease {
-    void operator()(IUnknown* object) const noexcept { object->Release(); }
-};
-template <class Interface>
-using ComPtr = std::unique_ptr<Interface, ComRelease>;
-
 HRESULT LastError() {
     return HRESULT_FROM_WIN32(::GetLastError());
-}
-
-/// Loaded by name: the cross compiler has no import library for it.
-HRESULT MakeReader(ComPtr<IXmlReader>& reader) {
-    using CreateXmlReaderCall = HRESULT(WINAPI*)(REFIID, void**, IMalloc*);
-    static const HMODULE library = ::LoadLibraryW(L"xmllite.dll");
-    const auto create = library ? reinterpret_cast<CreateXmlReaderCall>(reinterpret_cast<void*>(
-                                      ::GetProcAddress(library, "CreateXmlReader")))
-                                : nullptr;
-    if (!create)
-        return LastError();
-    void* made = nullptr;
-    const HRESULT hr = create(__uuidof(IXmlReader), &made, nullptr);
-    reader.reset(static_cast<IXmlReader*>(made));
-    return hr;
-}
-
-/// The file with all that is beyond ASCII in the escaped form, which texts may have anyway: Wine's
-/// reader breaks the characters that lie across the ends of the pieces in which it reads.
-HRESULT ReadAsAscii(const std::wstring& path, std::string& ascii) {
-    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
-        return LastError();
-    const std::string bytes = FileText(path);
-    const int length = static_cast<int>(bytes.size());
-    std::wstring text(bytes.size(), L'\0');
-    text.resize(static_cast<std::size_t>(::MultiByteToWideChar(
-        CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), length, text.data(), length)));
-    if (text.empty())
-        return kInvalidData;
-    ascii.reserve(bytes.size());
-    for (const wchar_t unit : text) {
-        if (unit < 0x80) {
-            ascii += static_cast<char>(unit);
-        } else {
-            char escaped[8];
-            std::snprintf(escaped, sizeof(escaped), "\\u%04X", unsigned{unit});
-            ascii += escaped;
-        }
-    }
-    return S_OK;
 }
 
 std::wstring FoldedCase(std::wstring name) {
@@ -72,52 +26,89 @@ std::wstring FoldedCase(std::wstring name) {
     return name;
 }
 
-/// Moves an attribute out of the list, so that what remains at the end is unknown.
-std::wstring Take(AttributeMap& attributes, const wchar_t* name) {
-    auto node = attributes.extract(name);
-    return node ? std::move(node.mapped()) : std::wstring();
+[[noreturn]] void Fail(const Node& node, const std::string& what) {
+    std::string place;
+    for (const Node* at = &node; at->parent(); at = at->parent()) {
+        const auto* const name = at->first_attribute();
+        place.insert(0, "/" + std::string(at->name(), at->name_size()) +
+                            (name ? " " + std::string(name->value(), name->value_size()) : ""));
+    }
+    throw std::runtime_error(place + ": " + what);
 }
 
-bool TakeShape(AttributeMap& attributes, ResultShape& shape) {
-    shape.result = Take(attributes, L"result");
-    const std::wstring lower = Take(attributes, L"lower");
-    if (lower.find_first_not_of(L"0123456789") != std::wstring::npos || lower.size() > 6)
-        return false;
-    shape.lower = lower.empty() ? 0 : std::stol(lower);
-    return shape.IsKnown();
+/// The attributes of one element, each taken once; what is left at the end is unknown.
+class Attributes {
+public:
+    explicit Attributes(const Node& node) : m_node(node) {
+        for (auto* at = node.first_attribute(); at; at = at->next_attribute()) {
+            const std::string name(at->name(), at->name_size());
+            const auto value = Unescape(FromUtf8({at->value(), at->value_size()}));
+            if (!value || !m_values.emplace(name, *value).second)
+                Fail(node, "attribute " + name + " is broken or there twice");
+        }
+    }
+    std::wstring Take(const char* name) {
+        auto found = m_values.extract(name);
+        return found ? std::move(found.mapped()) : std::wstring();
+    }
+    TypedText TakeTyped(const char* name, const char* typeName) {
+        TypedText text{Take(name), Take(typeName)};
+        OwnedVariant probe;
+        if (FAILED(text.MakeVariant(probe)))
+            Fail(m_node, std::string(name) + " does not fit its type");
+        return text;
+    }
+    ListForm TakeForm() {
+        ListForm form{Take("result"), 0};
+        const std::wstring lower = Take("lower");
+        const auto number = ParseNumber(lower.empty() ? L"0" : lower, 999999);
+        if (!number || !form.IsKnown())
+            Fail(m_node, "result or lower is not known");
+        form.lower = static_cast<LONG>(*number);
+        return form;
+    }
+    void ExpectNone() const {
+        if (!m_values.empty())
+            Fail(m_node, "attribute " + m_values.begin()->first + " is not known");
+    }
+
+private:
+    const Node& m_node;
+    std::unordered_map<std::string, std::wstring> m_values;
+};
+
+/// Calls `read` for each element in the node, which must have that name; nothing else may be there.
+template <class Read>
+void ForEach(const Node& parent, const char* name, const Read& read) {
+    for (const Node* node = parent.first_node(); node; node = node->next_sibling()) {
+        if (node->type() != xml::node_element ||
+            name != std::string(node->name(), node->name_size()))
+            Fail(*node, std::string("not expected here, only ") + name);
+        Attributes attributes(*node);
+        read(*node, attributes);
+        attributes.ExpectNone();
+    }
 }
+
+constexpr const char* kEntities[] = {"&amp;", "&lt;", "&gt;", "&quot;"};
 
 std::string Attribute(const char* name, const std::wstring& text) {
     std::string out = std::string(" ") + name + "=\"";
     for (const char character : Escape(text)) {
-        switch (character) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            default:
-                out += character;
-        }
+        const std::size_t entity = std::string_view("&<>\"").find(character);
+        out += entity < std::size(kEntities) ? kEntities[entity] : std::string(1, character);
     }
     return out + '"';
 }
 
 std::string TypedAttributes(const char* name, const char* typeName, const TypedText& text) {
-    return Attribute(name, text.Text()) +
-           (text.TypeWord().empty() ? "" : Attribute(typeName, text.TypeWord()));
+    return Attribute(name, text.text) +
+           (text.typeWord.empty() ? "" : Attribute(typeName, text.typeWord));
 }
 
-std::string ShapeAttributes(const ResultShape& shape) {
-    return (shape.result.empty() ? "" : Attribute("result", shape.result)) +
-           (shape.lower == 0 ? "" : Attribute("lower", std::to_wstring(shape.lower)));
+std::string FormAttributes(const ListForm& form) {
+    return (form.result.empty() ? "" : Attribute("result", form.result)) +
+           (form.lower == 0 ? "" : Attribute("lower", std::to_wstring(form.lower)));
 }
 
 }  // namespace
@@ -125,95 +116,61 @@ std::string ShapeAttributes(const ResultShape& shape) {
 HRESULT StoreFile::Open(const std::wstring& path) {
     *this = StoreFile();
     m_path = path;
-    std::string ascii;
-    ComPtr<IXmlReader> reader;
-    HRESULT hr = ReadAsAscii(path, ascii);
-    if (FAILED(hr) || FAILED(hr = MakeReader(reader)))
-        return hr;
-    const ComPtr<IStream> file(::SHCreateMemStream(reinterpret_cast<const BYTE*>(ascii.data()),
-                                                   static_cast<UINT>(ascii.size())));
-    if (FAILED(hr = reader->SetInput(file.get())))
-        return hr;
-    std::size_t depth = 0;
-    bool sawStore = false;
-    const auto failAtThisLine = [this, &reader](HRESULT failure) {
-        reader->GetLineNumber(&m_failedLine);
-        return failure;
-    };
-    XmlNodeType type = XmlNodeType_None;
-    while ((hr = reader->Read(&type)) == S_OK) {
-        if (type == XmlNodeType_EndElement) {
-            --depth;
-        } else if (type == XmlNodeType_Text || type == XmlNodeType_CDATA) {
-            return failAtThisLine(kInvalidData);
-        } else if (type == XmlNodeType_Element) {
-            const bool hasContent = !reader->IsEmptyElement();
-            const wchar_t* text = nullptr;
-            reader->GetLocalName(&text, nullptr);
-            const std::wstring element = text;
-            AttributeMap attributes;
-            for (hr = reader->MoveToFirstAttribute(); hr == S_OK;
-                 hr = reader->MoveToNextAttribute()) {
-                reader->GetLocalName(&text, nullptr);
-                const std::wstring name = text;
-                UINT length = 0;
-                reader->GetValue(&text, &length);
-                const auto value = Unescape(std::wstring_view(text, length));
-                if (!value || !attributes.emplace(name, *value).second)
-                    return failAtThisLine(kInvalidData);
-            }
-            if (FAILED(hr))
-                return failAtThisLine(hr);
-            if (!AddElement(depth, element, std::move(attributes)))
-                return failAtThisLine(kInvalidData);
-            sawStore = true;
-            depth += hasContent ? 1 : 0;
-        }
+    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
+        return LastError();
+    try {
+        Read(FileText(path));
+        return S_OK;
+    } catch (const std::exception& error) {
+        m_failure = error.what();
+        return kInvalidData;
     }
-    // The reader takes a text without any element for a document that has ended.
-    return FAILED(hr) ? failAtThisLine(hr) : sawStore ? S_OK : kInvalidData;
 }
 
-bool StoreFile::AddElement(std::size_t depth, const std::wstring& element,
-                           AttributeMap attributes) {
-    static constexpr const wchar_t* kElements[] = {L"store", L"section", L"entry", L"value"};
-    if (depth >= std::size(kElements) || element != kElements[depth])
-        return false;
-    OwnedVariant probe;
-    if (element == L"section") {
-        Section section{Take(attributes, L"name"), {}, {}};
-        const std::wstring key = section.name;
-        if (m_sections.Find(key) || !TakeShape(attributes, section.shape))
-            return false;
-        m_sections.Add(key, std::move(section));
-    } else if (element == L"entry") {
-        auto& entries = m_sections.Last().entries;
-        const std::wstring id = Take(attributes, L"id");
-        Entry entry{TypedText(id, Take(attributes, L"idtype")), {}, {}};
-        if (entries.Find(id) || !TakeShape(attributes, entry.shape) ||
-            FAILED(entry.id.MakeVariant(probe)))
-            return false;
-        entries.Add(id, std::move(entry));
-    } else if (element == L"value") {
-        const std::wstring name = Take(attributes, L"name");
-        Value value{TypedText(name, Take(attributes, L"nametype")), {}};
-        const std::wstring text = Take(attributes, L"text");
-        value.value = TypedText(text, Take(attributes, L"type"));
-        if (FAILED(value.name.MakeVariant(probe)) || FAILED(value.value.MakeVariant(probe)))
-            return false;
-        m_sections.Last().entries.Last().values.Add(FoldedCase(name), std::move(value));
+void StoreFile::Read(std::string text) {
+    const int length = static_cast<int>(text.size());
+    if (!::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, nullptr, 0))
+        throw std::runtime_error("empty, or not UTF-8");
+    xml::xml_document<char> document;
+    try {
+        document.parse<xml::parse_validate_closing_tags | xml::parse_trim_whitespace>(text.data());
+    } catch (const xml::parse_error& error) {
+        const auto line = std::count(text.data(), error.where<char>(), '\n') + 1;
+        throw std::runtime_error("line " + std::to_string(line) + ": " + error.what());
     }
-    return attributes.empty();
+    const Node* const root = document.first_node();
+    if (!root || root->next_sibling())
+        throw std::runtime_error("not one element");
+    ForEach(document, "store", [this](const Node& store, Attributes&) {
+        ForEach(store, "section", [this](const Node& sectionNode, Attributes& attributes) {
+            const std::wstring name = attributes.Take("name");
+            if (m_sections.Find(name))
+                Fail(sectionNode, "there twice");
+            Section& section = m_sections.Add(name, {name, attributes.TakeForm(), {}});
+            ForEach(sectionNode, "entry", [&section](const Node& entryNode, Attributes& of) {
+                const TypedText id = of.TakeTyped("id", "idtype");
+                if (section.entries.Find(id.text))
+                    Fail(entryNode, "there twice");
+                Entry& entry = section.entries.Add(id.text, {id, of.TakeForm(), {}});
+                ForEach(entryNode, "value", [&entry](const Node& node, Attributes& value) {
+                    const TypedText valueName = value.TakeTyped("name", "nametype");
+                    entry.values.Add(FoldedCase(valueName.text),
+                                     {valueName, value.TakeTyped("text", "type")});
+                    ForEach(node, "nothing", [](const Node&, Attributes&) {});
+                });
+            });
+        });
+    });
 }
 
 std::string StoreFile::Text() const {
     std::string out = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<store>\n";
     for (const Section& section : m_sections) {
         out +=
-            "  <section" + Attribute("name", section.name) + ShapeAttributes(section.shape) + ">\n";
+            "  <section" + Attribute("name", section.name) + FormAttributes(section.form) + ">\n";
         for (const Entry& entry : section.entries) {
             out += "    <entry" + TypedAttributes("id", "idtype", entry.id) +
-                   ShapeAttributes(entry.shape) + ">\n";
+                   FormAttributes(entry.form) + ">\n";
             for (const Value& value : entry.values) {
                 out += "      <value" + TypedAttributes("name", "nametype", value.name) +
                        TypedAttributes("text", "type", value.value) + "/>\n";
@@ -226,26 +183,8 @@ std::string StoreFile::Text() const {
 }
 
 HRESULT StoreFile::Save() {
-    if (!m_isChanged)
-        return S_OK;
-    const std::wstring newPath = m_path + L".new";
-    {
-        const FileHandle file(::CreateFileW(newPath.c_str(), GENERIC_WRITE, 0, nullptr,
-                                            CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        const std::string text = Text();
-        DWORD written = 0;
-        if (!file ||
-            !::WriteFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &written,
-                         nullptr) ||
-            !::FlushFileBuffers(file.get()))
-            return LastError();
-    }
-    if (!::MoveFileExW(newPath.c_str(), m_path.c_str(),
-                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-        const HRESULT hr = LastError();
-        ::DeleteFileW(newPath.c_str());
-        return hr;
-    }
+    if (m_isChanged && !ReplaceFile(m_path, Text()))
+        return LastError();
     m_isChanged = false;
     return S_OK;
 }
@@ -270,11 +209,11 @@ void StoreFile::Put(const std::wstring& section, const std::wstring& entry,
         sectionItem = &m_sections.Add(section, {section, {}, {}});
     Entry* entryItem = sectionItem->entries.Find(entry);
     if (!entryItem)
-        entryItem = &sectionItem->entries.Add(entry, {TypedText(entry), {}, {}});
-    const TypedText newValue(text);
+        entryItem = &sectionItem->entries.Add(entry, {{entry, {}}, {}, {}});
+    const TypedText newValue{text, {}};
     Value* const item = entryItem->values.Find(FoldedCase(name));
     if (!item)
-        entryItem->values.Add(FoldedCase(name), {TypedText(name), newValue});
+        entryItem->values.Add(FoldedCase(name), {{name, {}}, newValue});
     else if (item->value == newValue)
         return;
     else
@@ -286,10 +225,10 @@ HRESULT StoreFile::List(const std::wstring& section, OwnedVariant& answer) const
     const Section* const found = m_sections.Find(section);
     std::vector<const TypedText*> ids;
     if (!found)
-        return ResultShape().Make(ids, answer);
+        return ListForm().Make(ids, answer);
     for (const Entry& entry : found->entries)
         ids.push_back(&entry.id);
-    return found->shape.Make(ids, answer);
+    return found->form.Make(ids, answer);
 }
 
 HRESULT StoreFile::ListValues(const std::wstring& section, const std::wstring& entry,
@@ -302,7 +241,7 @@ HRESULT StoreFile::ListValues(const std::wstring& section, const std::wstring& e
         pairs.push_back(&value.name);
         pairs.push_back(&value.value);
     }
-    return found->shape.Make(pairs, answer);
+    return found->form.Make(pairs, answer);
 }
 
 }  // namespace lab

@@ -8,8 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "lab/storage/ResultShape.h"
-#include "lab/storage/TypedText.h"
+#include "lab/storage/StoreValue.h"
 
 namespace lab {
 
@@ -30,7 +29,6 @@ public:
     Item* Find(const std::wstring& key) {
         return const_cast<Item*>(std::as_const(*this).Find(key));
     }
-    Item& Last() { return m_items.back(); }
     auto begin() const { return m_items.begin(); }
     auto end() const { return m_items.end(); }
 
@@ -39,20 +37,17 @@ private:
     std::unordered_map<std::wstring, std::size_t> m_byKey;
 };
 
-using AttributeMap = std::unordered_map<std::wstring, std::wstring>;
-
 /// One XML file, read whole by Open and held in memory until Save. Names of sections and entries
 /// compare exactly, names of values without regard to case. An entry may hold a value name twice:
 /// lists show both, look-ups find the later one.
 class StoreFile {
 public:
-    /// Reads the file. ERROR_FILE_NOT_FOUND when there is none, the XML reader's error when it is
-    /// no XML, ERROR_INVALID_DATA when it is no store (all as HRESULT). FailedLine tells where.
+    /// Reads the file: ERROR_FILE_NOT_FOUND when there is none, ERROR_INVALID_DATA when it is no
+    /// store (both as HRESULT). Failure tells why and where.
     HRESULT Open(const std::wstring& path);
-    unsigned FailedLine() const { return m_failedLine; }
+    const std::string& Failure() const { return m_failure; }
 
-    /// Writes the file if something changed: a new file beside it, complete on the disk, takes its
-    /// place in one step. Whenever a run ends, the file is either the old one or the new one.
+    /// Writes the file if something changed; whenever a run ends, it is the old one or the new one.
     HRESULT Save();
 
     /// HRESULT of ERROR_NOT_FOUND when the section, the entry or the value is missing.
@@ -74,21 +69,21 @@ private:
     };
     struct Entry {
         TypedText id;
-        ResultShape shape;
+        ListForm form;
         OrderedIndex<Value> values;
     };
     struct Section {
         std::wstring name;
-        ResultShape shape;
+        ListForm form;
         OrderedIndex<Entry> entries;
     };
 
-    bool AddElement(std::size_t depth, const std::wstring& element, AttributeMap attributes);
+    void Read(std::string xml);
     const Entry* FindEntry(const std::wstring& section, const std::wstring& entry) const;
     std::string Text() const;
 
     std::wstring m_path;
-    unsigned m_failedLine = 0;
+    std::string m_failure;
     bool m_isChanged = false;
     OrderedIndex<Section> m_sections;
 };

@@ -4,114 +4,55 @@
 // 32-bit numbers. One module registers at a time, which is all that a program does with it.
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
-#include <cstdlib>
-#include <mutex>
 #include <string>
+#include <string_view>
 
 #include "lab/journal/Environment.h"
 #include "lab/journal/Journal.h"
 
 namespace {
 
-class TraceClient {
-public:
-    void* Register(HMODULE module, const char* path, const char* text1, const char* text2) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!module || !path || !text1 || !text2)
-            Misuse("DTRegisterModule with a null argument");
-        if (m_isRegistered)
-            Misuse("DTRegisterModule while registered");
-        m_isRegistered = !m_failsToRegister;
-        // The folder differs from machine to machine; the name is what can be compared.
-        const std::string whole = path ? path : "";
-        m_trace.AppendLine("register|" + lab::Escape(whole.substr(whole.find_last_of("\\/") + 1)) +
-                           "|" + lab::Quoted(text1) + "|" + lab::Quoted(text2) +
-                           (m_isRegistered ? "" : "|refused"));
-        return m_isRegistered ? this : nullptr;
-    }
+using Number = std::uint32_t;
+constexpr Number kAllLevels = 0xFFFFFFFF;
 
-    void Unregister(const void* registration) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (Knows(registration, "DTUnregisterModule")) {
-            m_isRegistered = false;
-            m_trace.AppendLine("unregister");
-        }
-    }
+std::atomic<bool> isRegistered{false};
+constexpr char kRegistration = 0;  // its address is what a module gets
 
-    /// `content` is already fit for a line.
-    void Trace(const char* entry, const void* registration, const char* file, std::uint32_t line,
-               const char* function, std::uint32_t level, bool isComplete,
-               const std::string& content) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!Knows(registration, entry))
-            return;
-        if (!file || !function || !isComplete) {
-            Misuse(std::string(entry) + " with a null argument");
-            return;
-        }
-        m_trace.AppendLine(std::to_string(level) + "|" + lab::Escape(std::string_view(file)) + "|" +
-                           lab::Escape(std::string_view(function)) + "|" + std::to_string(line) +
-                           "|" + content);
-    }
-
-    std::uint32_t Filter(const void* registration) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (!Knows(registration, "DTGetFilter"))
-            return 0;
-        if (m_countsFilterCalls)
-            m_trace.AppendLine("filter");
-        return m_mask;
-    }
-
-    void Misuse(const std::string& what) {
-        lab::JournalMisuse("trace " + what);
-        m_trace.AppendLine("MISUSE " + what);
-    }
-
-    /// Called when the DLL leaves; no lock, other threads are gone.
-    void Leave() {
-        if (m_isRegistered)
-            Misuse("module left registered");
-    }
-
-private:
-    bool Knows(const void* registration, const char* entry) {
-        const bool isKnown = m_isRegistered && registration == this;
-        if (!isKnown) {
-            Misuse(std::string(entry) +
-                   (m_isRegistered ? " with an unknown registration" : " without a registration"));
-        }
-        return isKnown;
-    }
-
-    static std::uint32_t MaskFromEnvironment() {
-        const std::wstring text = lab::EnvironmentText(L"DHCPLAB_TRACE_MASK");
-        return text.empty() ? 0xFFFFFFFF
-                            : static_cast<std::uint32_t>(std::wcstoul(text.c_str(), nullptr, 0));
-    }
-
-    const lab::AppendFile m_trace{lab::EnvironmentText(L"DHCPLAB_TRACE")};
-    const std::uint32_t m_mask = MaskFromEnvironment();
-    const bool m_failsToRegister = lab::EnvironmentText(L"DHCPLAB_TRACE_FAIL") == L"register";
-    const bool m_countsFilterCalls = lab::EnvironmentText(L"DHCPLAB_TRACE_COUNT") == L"1";
-    std::mutex m_mutex;
-    bool m_isRegistered = false;
-};
-
-TraceClient& Client() {
-    static TraceClient client;
-    return client;
+void TraceLine(const std::string& line) {
+    static const lab::AppendFile file(lab::EnvironmentText(L"DHCPLAB_TRACE"));
+    file.AppendLine(line);
 }
 
-std::string HexBytes(const unsigned char* bytes, std::uint32_t length) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
-    std::string out;
-    for (std::uint32_t i = 0; bytes && i < length; ++i) {
-        out += kDigits[bytes[i] >> 4];
-        out += kDigits[bytes[i] & 0xF];
-    }
-    return out;
+void Misuse(const std::string& what) {
+    lab::JournalMisuse("trace " + what);
+    TraceLine("MISUSE " + what);
+}
+
+bool Knows(const void* registration, const std::string& entry) {
+    const bool isKnown = isRegistered && registration == &kRegistration;
+    if (!isKnown)
+        Misuse(entry +
+               (isRegistered ? " with an unknown registration" : " without a registration"));
+    return isKnown;
+}
+
+std::string Narrow(const char* text) {
+    return lab::Escape(std::string_view(text));
+}
+
+/// `content` is fit for a line; the two numbers that nobody uses have to be 0.
+void Trace(const char* entry, const void* registration, const char* file, Number line,
+           const char* function, Number level, Number reserved, const void* source,
+           const std::string& content) {
+    if (!Knows(registration, entry))
+        return;
+    if (!file || !function || !source || reserved != 0)
+        Misuse(std::string(entry) + " with a null argument, or a reserved one filled");
+    else
+        TraceLine(std::to_string(level) + "|" + Narrow(file) + "|" + Narrow(function) + "|" +
+                  std::to_string(line) + "|" + content);
 }
 
 }  // namespace
@@ -119,43 +60,62 @@ std::string HexBytes(const unsigned char* bytes, std::uint32_t length) {
 extern "C" {
 
 void* DTRegisterModule(HMODULE module, const char* path, const char* text1, const char* text2) {
-    return Client().Register(module, path, text1, text2);
+    if (!module || !path || !text1 || !text2)
+        Misuse("DTRegisterModule with a null argument");
+    if (isRegistered)
+        Misuse("DTRegisterModule while registered");
+    isRegistered = lab::EnvironmentText(L"DHCPLAB_TRACE_FAIL") != L"register";
+    // The folder differs from machine to machine; the name is what can be compared.
+    const std::string whole = path ? path : "";
+    TraceLine("register|" + lab::Escape(whole.substr(whole.find_last_of("\\/") + 1)) + "|" +
+              lab::Quoted(text1) + "|" + lab::Quoted(text2) + (isRegistered ? "" : "|refused"));
+    return isRegistered ? const_cast<char*>(&kRegistration) : nullptr;
 }
 
 void DTUnregisterModule(void* registration) {
-    Client().Unregister(registration);
+    if (Knows(registration, "DTUnregisterModule")) {
+        isRegistered = false;
+        TraceLine("unregister");
+    }
 }
 
-void DTTraceStr(void* registration, const char* file, std::uint32_t line, const char* function,
-                std::uint32_t level, std::uint32_t, std::uint32_t, const char* text) {
-    Client().Trace("DTTraceStr", registration, file, line, function, level, text != nullptr,
-                   text ? lab::Escape(std::string_view(text)) : std::string());
+void DTTraceStr(void* registration, const char* file, Number line, const char* function,
+                Number level, Number reserved1, Number reserved2, const char* text) {
+    Trace("DTTraceStr", registration, file, line, function, level, reserved1 | reserved2, text,
+          text ? Narrow(text) : "");
 }
 
-void DTTraceBuffer(void* registration, const char* file, std::uint32_t line, const char* function,
-                   std::uint32_t level, std::uint32_t, std::uint32_t, const void* buffer,
-                   std::uint32_t length) {
-    Client().Trace("DTTraceBuffer", registration, file, line, function, level, buffer != nullptr,
-                   "buffer " + std::to_string(length) + " " +
-                       HexBytes(static_cast<const unsigned char*>(buffer), length));
+void DTTraceBuffer(void* registration, const char* file, Number line, const char* function,
+                   Number level, Number reserved1, Number reserved2, const char* buffer,
+                   Number length) {
+    Trace("DTTraceBuffer", registration, file, line, function, level, reserved1 | reserved2, buffer,
+          "buffer " + std::to_string(length) + " " +
+              lab::HexBytes(std::string_view(buffer, buffer ? length : 0), ""));
 }
 
-std::uint32_t DTGetFilter(void* registration) {
-    return Client().Filter(registration);
+Number DTGetFilter(void* registration) {
+    static const bool countsCalls = lab::EnvironmentText(L"DHCPLAB_TRACE_COUNT") == L"1";
+    static const auto mask =
+        lab::ParseNumber(lab::EnvironmentText(L"DHCPLAB_TRACE_MASK"), kAllLevels);
+    if (!Knows(registration, "DTGetFilter"))
+        return 0;
+    if (countsCalls)
+        TraceLine("filter");
+    return static_cast<Number>(mask.value_or(kAllLevels));
 }
 
 // The program looks these two up and never calls them.
 void DTTraceID() {
-    Client().Misuse("DTTraceID called");
+    Misuse("DTTraceID called");
 }
 void DTPersistence() {
-    Client().Misuse("DTPersistence called");
+    Misuse("DTPersistence called");
 }
 
 }  // extern "C"
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {
-    if (reason == DLL_PROCESS_DETACH)
-        Client().Leave();
+    if (reason == DLL_PROCESS_DETACH && isRegistered)
+        Misuse("module left registered");
     return TRUE;
 }

@@ -186,6 +186,25 @@ static_assert(sizeof(DHCP_CLIENT_INFO_ARRAY_V4) == 16 &&
                   offsetof(DHCP_CLIENT_INFO_ARRAY_V4, Clients) == 8,
               "");
 
+// The numbers that go over the wire.
+static_assert(DhcpSubnetEnabled == 0 && DhcpSubnetDisabled == 1, "");
+static_assert(DhcpIpRanges == 0 && DhcpSecondaryHosts == 1 && DhcpReservedIps == 2 &&
+                  DhcpExcludedIpRanges == 3 && DhcpIpUsedClusters == 4 &&
+                  DhcpIpRangesDhcpOnly == 5 && DhcpIpRangesDhcpBootp == 6 &&
+                  DhcpIpRangesBootpOnly == 7,
+              "");
+static_assert(CLIENT_TYPE_UNSPECIFIED == 0 && CLIENT_TYPE_DHCP == 1 && CLIENT_TYPE_BOOTP == 2 &&
+                  CLIENT_TYPE_BOTH == 3 && CLIENT_TYPE_NONE == 100,
+              "");
+static_assert(DhcpFullForce == 0 && DhcpNoForce == 1, "");
+static_assert(DhcpDefaultOptions == 0 && DhcpGlobalOptions == 1 && DhcpSubnetOptions == 2 &&
+                  DhcpReservedOptions == 3,
+              "");
+static_assert(DhcpByteOption == 0 && DhcpWordOption == 1 && DhcpDWordOption == 2 &&
+                  DhcpDWordDWordOption == 3 && DhcpIpAddressOption == 4 &&
+                  DhcpStringDataOption == 5,
+              "");
+
 // Signatures. Each call but the last returns a Win32 error code, 0 when done; the server argument
 // is a dotted address or a host name. Blocks the calls return are released block by block:
 // DhcpRpcFreeMemory frees the one block it is given and nothing that this block points to.

@@ -59,7 +59,7 @@ class Server:
     """What a DHCP server answers to the imports, and holds then."""
 
     def __init__(self):
-        self.scopes, self.clients = {}, {}
+        self.scopes, self.clients, self.hardware = {}, {}, set()
 
     def add_scope(self, name, gateway, mask, network):
         first, last = number(network), last_of(number(network), number(mask))
@@ -86,12 +86,11 @@ class Server:
                         if number(address) & number(scope["mask"]) == number(network)), None)
         if len(mac) > 255 or network is None:
             return 87
-        unique = (number(network).to_bytes(4, "little") + b"\1" + mac).hex()
-        if address in self.clients or any(unique == client["uniqueId"]
-                                          for client in self.clients.values()):
+        if address in self.clients or (network, mac) in self.hardware:
             return 20013
+        self.hardware.add((network, mac))
         self.clients[address] = {
-            "mac": mac.hex("-"), "uniqueId": unique, "name": name, "comment": "", "expires": LEASE,
+            "mac": mac.hex("-"), "name": name, "comment": "", "expires": LEASE,
             "type": 100, "ownerName": "DHCPLAB", "ownerAddress": SERVER}
         if status != "Reserved":
             return 0
@@ -162,10 +161,10 @@ def migrated(store, server):
 
 PHASES = (  # a call in the journal -> the step it belongs to
     ("store CreateInstance", "open"), ("store Uninitialize", "close"),
-    ("store (get|put)_Value Clients", "MAC repair"), ("store put_Value Segments", "addresses"),
-    ("store put_Value", "server address"), ("store EnumerateWithValue Segments", "scopes export"),
+    ("store (get|put)_Value 1 0 Clients", "MAC repair"), ("store put_Value 1 0 Segments", "addresses"),
+    ("store put_Value", "server address"), ("store EnumerateWithValue 1 0 Segments", "scopes export"),
     ("DhcpCreateSubnet|DhcpSetOption|DhcpAddSubnetElementV4 .*type=[03]", "scopes import"),
-    ("store EnumerateWithValue Clients", "clients export"),
+    ("store EnumerateWithValue 1 0 Clients", "clients export"),
     ("DhcpCreateClient|DhcpAddSubnetElementV4 .*type=2", "clients import"))
 ORDER = ("open MAC repair close open addresses close open server address close open scopes export "
          "close scopes import open clients export close clients import")
@@ -244,7 +243,6 @@ def live_and_batch(options):
         if address in held and answers[-1] == "0":
             record = state["clients"][address]
             record["mac"] = held[address]["mac"] = bytes.fromhex(digits).hex("-")
-            record["uniqueId"] = record["uniqueId"][:10] + digits.lower()
         elif address in held:
             del held[address], state["clients"][address]
     same("netsh", [f"{command} -> {answer}" for command, answer in zip(commands, answers)],
@@ -268,7 +266,7 @@ def faults(options):
             same("refusals", int(re.match("Dhcp(?!GetSubnetInfo)", line) is not None),
                  sum(text.endswith(f"Failed with error [{code}].") for text in said))
             # A record is told of three times. More goes with a list, a store or a scope.
-            if not re.match("store (Cr|In|Enumerate |EnumerateWithValue S)|DhcpCreateS", line):
+            if not re.match("store (Cr|In|Enumerate |EnumerateWithValue 1 0 S)|DhcpCreateS", line):
                 same("lost records", lost[:3], lost)
         except Failure as failure:
             raise Failure(f"call {call} fails: {line}\n{failure}") from failure

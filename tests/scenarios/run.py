@@ -19,6 +19,9 @@ import time
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "lab"))
+from store_generator import sample_store, store_text
+
 HERE = Path(__file__).resolve().parent
 SAMPLE = ROOT / "lab" / "sample"
 WINE_ENV = str(ROOT / "script" / "wine-env")
@@ -176,7 +179,7 @@ class World:
     def take_sample(self):
         """The sample gateway: its store, interfaces and adapters."""
         self.sample = True
-        shutil.copyfile(SAMPLE / "Zephon.XML", self.store)
+        self.store.write_text(store_text(sample_store()), encoding="utf-8")
         shutil.copyfile(SAMPLE / "adapters.txt", self.base / "adapters")
 
     def substitute(self, text, escaped=False):

@@ -26,12 +26,14 @@ inline void WriteAll(const std::wstring& path, const std::string& bytes) {
 /// A new folder of this process; its path ends in a backslash. Removed at the end with its content.
 class Folder {
 public:
-    // Process ids come back, so a test that was killed may have left a folder of this name.
     Folder() {
-        Remove();
-        ::CreateDirectoryW(m_path.c_str(), nullptr);
+        std::filesystem::remove_all(m_path);  // process ids come back
+        std::filesystem::create_directory(m_path);
     }
-    ~Folder() { Remove(); }
+    ~Folder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
     std::wstring operator/(const wchar_t* name) const { return m_path + name; }
@@ -46,19 +48,14 @@ public:
     }
 
 private:
-    void Remove() const {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-
     static inline int m_number = 0;
     const std::wstring m_path = std::filesystem::temp_directory_path().wstring() + L"\\lab" +
                                 std::to_wstring(::GetCurrentProcessId()) + L"-" +
                                 std::to_wstring(++m_number) + L"\\";
 };
 
-/// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults), t(race),
-/// a(dapters). It reads its settings when it is first called.
+/// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults), t(race). It reads
+/// its settings when it is first called.
 class Library {
 public:
     Library(const wchar_t* dll, const Folder& folder,
@@ -67,8 +64,7 @@ public:
         m_settings.insert({{L"JOURNAL", folder / L"j"},
                            {L"SERVER_STATE", folder / L"s"},
                            {L"FAULTS", folder / L"f"},
-                           {L"TRACE", folder / L"t"},
-                           {L"ADAPTERS", folder / L"a"}});
+                           {L"TRACE", folder / L"t"}});
         for (const auto& [name, value] : m_settings)
             ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), value.c_str());
         m_module.reset(::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str()));
@@ -79,12 +75,10 @@ public:
     }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
-    /// The exported function, or null.
     template <class Function>
     Function* Get(const char* name) const {
-        return m_module ? reinterpret_cast<Function*>(
-                              reinterpret_cast<void*>(::GetProcAddress(m_module.get(), name)))
-                        : nullptr;
+        return reinterpret_cast<Function*>(
+            reinterpret_cast<void*>(::GetProcAddress(m_module.get(), name)));
     }
     void Unload() { m_module.reset(); }
 

@@ -1,4 +1,4 @@
-// A value as the store file holds it: a text and a word for its type.
+// What the store's file holds, as the VARIANTs that its callers get.
 #pragma once
 
 #include <windows.h>
@@ -6,7 +6,8 @@
 #include <oaidl.h>
 
 #include <string>
-#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace lab {
 
@@ -35,30 +36,27 @@ private:
     VARIANT m_value;
 };
 
-/// Words: bstr (the default), ui4, i4, i2, r8, bool, date: the text converted to that type by
-/// United States rules on every machine; address: a dotted address as the host-order VT_UI4;
-/// nullbstr: VT_BSTR with a null pointer; unknown: VT_UNKNOWN with a null pointer; empty; null.
-class TypedText {
-public:
-    TypedText() = default;
-    explicit TypedText(std::wstring text) : m_text(std::move(text)) {}
-    TypedText(std::wstring text, std::wstring typeWord)
-        : m_text(std::move(text)), m_typeWord(std::move(typeWord)) {}
-
-    const std::wstring& Text() const { return m_text; }
-    /// Empty for bstr.
-    const std::wstring& TypeWord() const { return m_typeWord; }
+/// A text and a word for its type; docs/lab.md lists the words.
+struct TypedText {
+    std::wstring text;
+    std::wstring typeWord;  // empty for a text
 
     /// Makes the value; `value` is left empty on failure, which an unknown word is, too.
     HRESULT MakeVariant(OwnedVariant& value) const;
 
     bool operator==(const TypedText& other) const {
-        return m_text == other.m_text && m_typeWord == other.m_typeWord;
+        return text == other.text && typeWord == other.typeWord;
     }
+};
 
-private:
-    std::wstring m_text;
-    std::wstring m_typeWord;
+/// The form of a list: normally all elements from index 0 on, on request something that a caller
+/// must take for another list, or for an empty one. docs/lab.md lists the forms.
+struct ListForm {
+    std::wstring result;
+    LONG lower = 0;
+
+    bool IsKnown() const;
+    HRESULT Make(const std::vector<const TypedText*>& elements, OwnedVariant& answer) const;
 };
 
 /// One line for the journal: the type and the content, such as bstr "PC-1", ui4 5, array of 14.
