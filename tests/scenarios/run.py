@@ -325,6 +325,10 @@ class Scenario:
             self.copy(self.folder / text, world.state)
         elif name == "sample":
             world.take_sample()
+        elif name == "same":  # FILE as that of the sample gateway
+            made, known = world.folders["work"] / text, SAMPLE / text
+            self.known.add(made)
+            return "" if made.read_bytes() == known.read_bytes() else "  differs\n"
         elif name == "show":
             path = Path(world.substitute(text).replace("\\", "/").removeprefix("Z:"))
             path = world.folders["work"] / path
