@@ -17,7 +17,7 @@ import subprocess
 import sys
 import time
 
-from run import ROOT, Failure, World, add_build_options, build_lock, readable
+from run import ROOT, SAMPLE, Failure, World, add_build_options, build_lock, readable
 
 sys.path.insert(0, str(ROOT / "lab"))
 from store_generator import (VENDOR, dotted, last_of, make_store, number, read_store, registry_text,
@@ -303,8 +303,19 @@ def locked_batch(options):
     same("lost lines", True, 200 < len(before) < len(plan) - 5000)
 
 
+def sample_exports(options):
+    """The sample's exports are the files that its store is made from."""
+    world, _ = run(options, {}, [], None)
+    world.take_sample()
+    world.run(["dhcpmigrate", "-s", "ScopesInfo.csv"])
+    world.run(["dhcpmigrate", "-c", "ClientsInfo.csv"])
+    for made in world.folders["work"].iterdir():
+        same(made.name, (SAMPLE / made.name).read_text("cp1252"), made.read_text("cp1252"))
+    same("files", 2, len(list(world.folders["work"].iterdir())))
+
+
 def main():
-    tests = {test.__name__: test for test in (round_trip, live_and_batch, faults, locked_batch)}
+    tests = {test.__name__: test for test in (sample_exports, round_trip, live_and_batch, faults, locked_batch)}
     parser = argparse.ArgumentParser(description=__doc__)
     add_build_options(parser)
     parser.add_argument("--seed", type=int, default=5)
