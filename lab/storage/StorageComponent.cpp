@@ -34,10 +34,6 @@ std::string Word(BSTR text) {
     return " " + (isPlain ? quoted.substr(1, quoted.size() - 2) : quoted);
 }
 
-/// What callers ask for that do not look for a published id.
-constexpr IID kAskedByDefault = {
-    0x6f0c1a52, 0x3b7e, 0x4d19, {0x9a, 0x84, 0x2e, 0x5d, 0x71, 0xc0, 0xb3, 0xe6}};
-
 /// The interface's id: the published one, or the one that a rehearsal names.
 IID InterfaceId() {
     const std::wstring text = EnvironmentText(L"DHCPLAB_STORAGE_IID");
@@ -105,8 +101,7 @@ void StorageComponent::CloseAllAtUnload() {
 HRESULT StorageComponent::QueryInterface(REFIID iid, void** object) {
     if (!object)
         return E_POINTER;
-    const bool isKnown = ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, InterfaceId()) ||
-                         ::IsEqualIID(iid, kAskedByDefault);
+    const bool isKnown = ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, InterfaceId());
     *object = isKnown ? this : nullptr;
     if (!isKnown)
         return E_NOINTERFACE;
