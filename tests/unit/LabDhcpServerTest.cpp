@@ -4,7 +4,6 @@
 
 #include "LabLibrary.h"
 #include "lab/dhcpserver/Api.h"
-#include "lab/dhcpserver/StateFile.h"
 #include "lab/journal/Text.h"
 
 namespace lab_test {
@@ -140,28 +139,6 @@ TEST(LabDhcpServer, NetshsFaultsAreCountedFromProcessToProcess) {
     EXPECT_EQ(run(L"8.0.0.0"), 1) << "the fault";
     EXPECT_EQ(run(L"8.0.0.0"), 0);
     EXPECT_EQ(run(L"8.0.0.0"), 1) << "is there already";
-}
-
-TEST(LabDhcpState, OneProcessAtATimeAndWrittenAtItsEnd) {
-    const Folder folder;
-    const auto addScope = [](DWORD id) {
-        return [id](lab::ServerState& state) -> DWORD {
-            state.ChangeScope(id << 24).mask = 0xFF000000;
-            return static_cast<DWORD>(state.Scopes().size());
-        };
-    };
-    lab::StateFile first(folder / L"s");
-    EXPECT_EQ(first.Run(addScope(1)), 1u);
-    EXPECT_EQ(ReadAll(folder / L"s"), "");
-    std::ofstream other(std::filesystem::path(folder / L"s"));
-    EXPECT_FALSE(other.is_open()) << "somebody works on it";
-    first.Close();
-    lab::StateFile second(folder / L"s");
-    EXPECT_EQ(second.Run(addScope(2)), 2u);
-    second.Close();
-    EXPECT_EQ(first.Run(addScope(3)), 3u) << "opened once more";
-    const std::string before = ReadAll(folder / L"s");
-    EXPECT_NE(before.find("\"2.0.0.0\""), std::string::npos);
 }
 
 }  // namespace

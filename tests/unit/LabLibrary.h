@@ -34,8 +34,6 @@ public:
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
     }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
     std::wstring operator/(const wchar_t* name) const { return m_path + name; }
 
     /// The misuses that the journal tells of, a line each.
@@ -54,8 +52,8 @@ private:
                                 std::to_wstring(++m_number) + L"\\";
 };
 
-/// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults), t(race). It reads
-/// its settings when it is first called.
+/// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults). It reads its
+/// settings when it is first called.
 class Library {
 public:
     Library(const wchar_t* dll, const Folder& folder,
@@ -63,8 +61,7 @@ public:
         : m_settings(std::move(settings)) {
         m_settings.insert({{L"JOURNAL", folder / L"j"},
                            {L"SERVER_STATE", folder / L"s"},
-                           {L"FAULTS", folder / L"f"},
-                           {L"TRACE", folder / L"t"}});
+                           {L"FAULTS", folder / L"f"}});
         for (const auto& [name, value] : m_settings)
             ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), value.c_str());
         m_module.reset(::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str()));
@@ -73,8 +70,6 @@ public:
         for (const auto& [name, value] : m_settings)
             ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), nullptr);
     }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
     template <class Function>
     Function* Get(const char* name) const {
         return reinterpret_cast<Function*>(
