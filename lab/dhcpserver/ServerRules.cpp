@@ -10,7 +10,6 @@ namespace {
 
 constexpr wchar_t kServerName[] = L"DHCPLAB";  // NetBIOS name, owner of the records made
 constexpr ULONGLONG kTicksPerSecond = 10'000'000;
-constexpr DWORD kRouterOption = 3;
 constexpr DWORD kLeaseTimeOption = 51;
 constexpr ULONGLONG kDefaultLeaseSeconds = 691200;
 constexpr std::size_t kMaxIdentifierBytes = 255;
@@ -196,7 +195,8 @@ DWORD ServerRules::DeleteClient(DWORD address) {
 DWORD ServerRules::SetOption(DWORD scopeId, DWORD optionId, OptionValue value) {
     if (value.empty())
         return ERROR_INVALID_PARAMETER;
-    if (optionId != kRouterOption && optionId != kLeaseTimeOption)
+    const bool isDefined = (optionId >= 1 && optionId <= 76) || optionId == 81;
+    if (!isDefined)
         return kOptionNotPresent;
     if (!m_state.FindScope(scopeId))
         return kSubnetNotPresent;

@@ -19,6 +19,7 @@ public:
     explicit WordReader(const std::vector<std::wstring>& words) : m_words(words) {}
 
     bool IsSpoilt() const { return !m_isFine || m_next < m_words.size(); }
+    bool HasNext() const { return m_isFine && m_next < m_words.size(); }
 
     std::wstring Next() { return Value(Optional()); }
     Text Optional() { return m_next < m_words.size() ? Text(m_words[m_next++]) : std::nullopt; }
@@ -80,8 +81,11 @@ Code SetOption(WordReader& words, DWORD scope, ServerRules& rules) {
     const DWORD option = words.Number();
     const DWORD kind =
         words.Keyword({{L"DWORD", api::kOptionDword}, {L"IPADDRESS", api::kOptionAddress}});
-    const DWORD value = kind == api::kOptionAddress ? words.Address() : words.Number();
-    return words.IsSpoilt() ? std::nullopt : Code(rules.SetOption(scope, option, {{kind, value}}));
+    OptionValue values;
+    do {
+        values.push_back({kind, kind == api::kOptionAddress ? words.Address() : words.Number()});
+    } while (words.HasNext());
+    return words.IsSpoilt() ? std::nullopt : Code(rules.SetOption(scope, option, values));
 }
 
 Code AddReservation(WordReader& words, DWORD scope, ServerRules& rules) {
@@ -116,6 +120,8 @@ constexpr struct {
     {kNotReservedClient, "The specified client is not a reserved client."},
     {kReservationExists,
      "The specified IP address or hardware address is being used by another client."},
+    {kRangeExists, "The specified address range already exists."},
+    {kInvalidRange, "The specified range overlaps with another one or is not valid."},
 };
 
 }  // namespace

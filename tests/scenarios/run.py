@@ -368,7 +368,12 @@ class Scenario:
                if (self.trace if re.match(r"\d+\|", line) else
                    self.calls or re.match("register|unregister|filter|WARNING", line))
                and not (self.hidden and re.search(self.hidden, line))]
-        return text + "".join(f"| {line}\n" for line in log + done.events * self.events)
+        text += "".join(f"| {line}\n" for line in log + done.events * self.events)
+        # Texts that one function traces in a row stand on one line.
+        while (joined := re.sub(r"^(\| \d+\|[^|\n]*\|[^|\n]*\|)(.*)\n\1", r"\1\2 // ", text,
+                                flags=re.M)) != text:
+            text = joined
+        return text
 
     def play(self):
         """The transcript as it is now. What is expected in the old one is passed over."""

@@ -80,20 +80,15 @@ void IsABeginning(long n, const std::string& whole, const std::string& left) {
 TEST(FailingMemory, ImportsAskTheServerWithWholeTextsInOrderOrNotAtAll) {
     const boost::weak_ptr<COutputMsg> output;
     const std::string client = kName + ",10.1.0.5,255.255.0.0,0.0.0.0,0.0.0.0,0-1-2-3-4-5,Reserved";
-    FailEachAllocation(
-        [&] {
-            return CallsOf(
-                [&] { CDHCPClientInfoImpl(output, kServer, 60).SetDHCPClientInfo(client); });
-        },
-        IsABeginning);
-    FailEachAllocation(
-        [&] {
-            return CallsOf([&] {
-                CDHCPSegmentInfoImpl(output, kServer, 60)
-                    .SetDHCPScopeInfo(kName + ",10.1.0.1,255.255.0.0,10.1.0.0,");
-            });
-        },
-        IsABeginning);
+    const std::string scope = kName + ",10.1.0.1,255.255.0.0,10.1.0.0,";
+    const auto addClient = [&] {
+        CDHCPClientInfoImpl(output, kServer, 60).SetDHCPClientInfo(client);
+    };
+    const auto addScope = [&] {
+        CDHCPSegmentInfoImpl(output, kServer, 60).SetDHCPScopeInfo(scope);
+    };
+    FailEachAllocation([&] { return CallsOf(addClient); }, IsABeginning);
+    FailEachAllocation([&] { return CallsOf(addScope); }, IsABeginning);
 }
 
 TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
@@ -106,13 +101,12 @@ TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
         return client;
     };
     const ClientList clients = {make(100, "stored"), make(1, "leased")};
+    const auto cleanUp = [&] {
+        CDHCPSegmentInfoImpl({}, kServer, CDHCPSegmentInfoImpl::NetshWriter())
+            .ChangeAllDynamicToReserved("10.1.0.0", clients);
+    };
     FailEachAllocation(
-        [&] {
-            return CallsOf([&] {
-                CDHCPSegmentInfoImpl({}, kServer, CDHCPSegmentInfoImpl::NetshWriter())
-                    .ChangeAllDynamicToReserved("10.1.0.0", clients);
-            });
-        },
+        [&] { return CallsOf(cleanUp); },
         [](long n, const std::string& whole, const std::string& left) {
             EXPECT_TRUE(left == whole || left.empty()) << "allocation " << n << ": " << left;
         });

@@ -101,7 +101,7 @@ netsh dhcp server 10.0.0.2 scope 10.9.0.0 add excluderange
 netsh dhcp server 10.0.0.2 scope 10.9.0.0 set optionvalue
     0      51 dword 7; 51 DWORD 691199; 3 IPADDRESS 10.9.0.1  # replaced
     usage  51 DWORD; 51 DWORD -1; 51 DWORD 4294967296; 3 STRING x; 3 IPADDRESS 10.9.0.01
-    20010  6 IPADDRESS 10.9.0.1                       # none that the program sets
+    20010  80 IPADDRESS 10.9.0.1                      # not defined
 netsh dhcp server
     1722   10.0.0.3 add scope 10.3.0.0 255.255.0.0 a; \\other add scope 10.3.0.0 255.255.0.0 a
     unknown  gateway add scope 10.3.0.0 255.255.0.0 a  # no name without \\ before it

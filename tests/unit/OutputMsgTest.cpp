@@ -6,9 +6,7 @@
 #include <vector>
 
 #include "LabLibrary.h"
-#include "RecordingServer.h"
 #include "diagtools/Handle.h"
-#include "scopes/DHCPSegmentInfoImpl.h"
 
 namespace {
 
@@ -87,22 +85,6 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
     EXPECT_EQ(console.Messages(), Texts{"c"});
     DisplayThrough(boost::weak_ptr<COutputMsg>(), "its owner has let go", false);
     EXPECT_EQ(console.Messages(), Texts());
-}
-
-TEST(OutputMsg, LongTextsAreNeverCut) {
-    const lab_test::Folder folder;
-    const std::string name(40000, 'n');
-    lab_test::WriteAll(folder / L"a.csv",
-                       "header\n" + name + ",10.1.0.1,255.255.0.0,10.1.0.0,%n%s\x07");
-    MessagePipe console;
-    const auto output = boost::make_shared<COutputMsg>();
-    CDHCPSegmentInfoImpl(output, "10.0.0.2", 60).SetDHCPInfo(
-        std::filesystem::path(folder / L"a.csv").string());
-    const Texts expected = {"Scope to add in DHCP server : Name [" + name +
-                            "], IP Address [10.1.0.1], NetMask [255.255.0.0], Scope [10.1.0.0], "
-                            "Comments [%n%s\x07] -> OK\r\n"};
-    EXPECT_TRUE(console.Messages() == expected);  // nobody wants to see the difference
-    EXPECT_NE(Server().calls.find(" " + name + "\n"), std::string::npos);
 }
 
 }  // namespace
