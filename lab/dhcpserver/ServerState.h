@@ -23,7 +23,6 @@ struct AddressRange {
     DWORD first;
     DWORD last;
 
-    bool Contains(DWORD address) const { return first <= address && address <= last; }
     bool Contains(const AddressRange& other) const {
         return first <= other.first && other.last <= last;
     }

@@ -129,12 +129,9 @@ struct OptionalForm {
 using NullableTextForm = OptionalForm<TextForm, std::wstring>;
 
 /// Left out for none.
+struct Rare {};
 template <class Form, class Value>
-struct RareForm : OptionalForm<Form, Value> {};
-template <class Form>
-constexpr bool kIsRare = false;
-template <class Form, class Value>
-constexpr bool kIsRare<RareForm<Form, Value>> = true;
+struct RareForm : OptionalForm<Form, Value>, Rare {};
 
 template <class KeyForm, class Form, class Value>
 struct TableForm {
@@ -179,7 +176,7 @@ struct RecordForm {
         const auto write = [&object, &record](const auto& member) {
             using Form = typename std::decay_t<decltype(member)>::Form;
             json::value value = Form::Write(record.*member.field);
-            if (!kIsRare<Form> || !value.is_null())
+            if (!std::is_base_of_v<Rare, Form> || !value.is_null())
                 object[member.name] = std::move(value);
         };
         std::apply([&write](const auto&... member) { (write(member), ...); }, kMembers);

@@ -11,10 +11,8 @@ namespace lab {
 std::string ToUtf8(std::wstring_view text);
 std::wstring FromUtf8(std::string_view text);
 
-/// Makes a text fit one line of UTF-8: \n \r \t \" \\, other control characters as \xNN. Narrow
-/// bytes above 7F stay recognisable as the bytes they were, \xNN. UTF-16 units that no text file
-/// carries safely become \uNNNN: a surrogate without its partner, further line ends and control
-/// characters, FFFE and FFFF.
+/// Makes a text fit one line of UTF-8, as docs/lab.md describes. UTF-16 units that no text file
+/// carries are halves of surrogate pairs, further line ends and control characters, FFFE and FFFF.
 std::string Escape(std::string_view bytes);
 std::string Escape(std::wstring_view text);
 

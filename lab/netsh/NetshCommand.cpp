@@ -140,9 +140,7 @@ constexpr NetshVerb kVerbs[] = {
     {L"add", L"scope", false, AddScope, "ScopeAddress SubnetMask ScopeName [ScopeComment]"},
     {L"add", L"iprange", true, AddRange, "StartIP EndIP [DHCP | BOOTP | BOTH] [MaxBootpClients]"},
     {L"add", L"excluderange", true, AddExclusion, "StartIP EndIP"},
-    {L"set", L"optionvalue", true, SetOption,
-     "OptionCode BYTE | WORD | DWORD | STRING | IPADDRESS [user=UserClass] [vendor=VendorClass] "
-     "[DhcpFullForce | DhcpNoForce] Value ..."},
+    {L"set", L"optionvalue", true, SetOption, "OptionCode DWORD | IPADDRESS | ... Value ..."},
     {L"add", L"reservedip", true, AddReservation,
      "ReservedIP MAC [ClientName] [ClientComment] [DHCP | BOOTP | BOTH]"},
     {L"delete", L"reservedip", true, DeleteReservation, "ReservedIP MAC"},

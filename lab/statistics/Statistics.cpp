@@ -92,8 +92,7 @@ std::string LinesText(const Slot& slot) {
 }
 
 int Fail(const std::string& what) {
-    std::fprintf(stderr, "lab_statistics: %s\n", what.c_str());
-    return EXIT_FAILURE;
+    return std::fprintf(stderr, "lab_statistics: %s\n", what.c_str()), EXIT_FAILURE;
 }
 
 }  // namespace

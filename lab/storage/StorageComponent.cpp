@@ -109,10 +109,6 @@ HRESULT StorageComponent::QueryInterface(REFIID iid, void** object) {
     return S_OK;
 }
 
-ULONG StorageComponent::AddRef() {
-    return ++m_references;
-}
-
 ULONG StorageComponent::Release() {
     const ULONG left = --m_references;
     if (left == 0)

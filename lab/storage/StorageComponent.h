@@ -29,7 +29,7 @@ public:
     static void CloseAllAtUnload();
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
-    ULONG STDMETHODCALLTYPE AddRef() override;
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
     ULONG STDMETHODCALLTYPE Release() override;
 
     // The interface is this order of functions, fourth to fifteenth behind IUnknown's three. A

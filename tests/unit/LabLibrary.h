@@ -7,10 +7,9 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <memory>
 #include <sstream>
 #include <string>
-#include <type_traits>
+#include <utility>
 
 namespace lab_test {
 
@@ -30,10 +29,7 @@ public:
         std::filesystem::remove_all(m_path);  // process ids come back
         std::filesystem::create_directory(m_path);
     }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
+    ~Folder() { std::filesystem::remove_all(m_path); }
     std::wstring operator/(const wchar_t* name) const { return m_path + name; }
 
     /// The misuses that the journal tells of, a line each.
@@ -64,25 +60,28 @@ public:
                            {L"FAULTS", folder / L"f"}});
         for (const auto& [name, value] : m_settings)
             ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), value.c_str());
-        m_module.reset(::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str()));
+        m_module = ::LoadLibraryW((std::wstring(LAB_DIRECTORY) + L"/" + dll).c_str());
     }
     ~Library() {
+        if (m_module)
+            Unload();
         for (const auto& [name, value] : m_settings)
             ::SetEnvironmentVariableW((L"DHCPLAB_" + name).c_str(), nullptr);
     }
     template <class Function>
     Function* Get(const char* name) const {
         return reinterpret_cast<Function*>(
-            reinterpret_cast<void*>(::GetProcAddress(m_module.get(), name)));
+            reinterpret_cast<void*>(::GetProcAddress(m_module, name)));
     }
-    void Unload() { m_module.reset(); }
+    template <class... Arguments>
+    DWORD Call(const char* name, Arguments... arguments) const {
+        return Get<DWORD WINAPI(Arguments...)>(name)(arguments...);
+    }
+    void Unload() { ::FreeLibrary(std::exchange(m_module, nullptr)); }
 
 private:
-    struct Free {
-        void operator()(HMODULE module) const noexcept { ::FreeLibrary(module); }
-    };
     std::map<std::wstring, std::wstring> m_settings;
-    std::unique_ptr<std::remove_pointer_t<HMODULE>, Free> m_module;
+    HMODULE m_module = nullptr;
 };
 
 }  // namespace lab_test
