@@ -34,21 +34,15 @@ TEST(IPAddressString, ANumberHasTextOnly) {
 }
 
 TEST(AddressRange, IsComputedFromTheTextsAsTheyAreAndWraps) {
-    const struct {
-        const char *why, *networkId, *mask, *network, *first, *last;
-    } rows[] = {
-        {"usual", "10.1.0.0", "255.255.0.0", "10.1.0.0", "10.1.0.1", "10.1.255.254"},
-        {"host bits", "10.1.2.3", "255.255.255.0", "10.1.2.0", "10.1.2.4", "10.1.2.254"},
-        {"no address", "x", "255.0.0.0", "255.0.0.0", "0.0.0.0", "255.255.255.254"},
-        {"below zero", "0.0.0.0", "255.255.255.255", "0.0.0.0", "0.0.0.1", "255.255.255.255"},
+    const auto range = [](const char* networkId, const char* mask) {
+        const auto text = [](DWORD number) { return std::string(CIPAddressString(number).Text()); };
+        return text(CDHCPManager::GetNetworkAddress(networkId, mask)) + " " +
+               text(CDHCPManager::GetFirstAddress(networkId)) + " " +
+               text(CDHCPManager::GetLastAddress(networkId, mask));
     };
-    const auto text = [](DWORD number) { return std::string(CIPAddressString(number).Text()); };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        EXPECT_EQ(text(CDHCPManager::GetNetworkAddress(row.networkId, row.mask)), row.network);
-        EXPECT_EQ(text(CDHCPManager::GetFirstAddress(row.networkId)), row.first);
-        EXPECT_EQ(text(CDHCPManager::GetLastAddress(row.networkId, row.mask)), row.last);
-    }
+    EXPECT_EQ(range("10.1.2.3", "255.255.255.0"), "10.1.2.0 10.1.2.4 10.1.2.254") << "host bits";
+    EXPECT_EQ(range("x", "255.0.0.0"), "255.0.0.0 0.0.0.0 255.255.255.254") << "no address";
+    EXPECT_EQ(range("0.0.0.0", "255.255.255.255"), "0.0.0.0 0.0.0.1 255.255.255.255") << "wraps";
 }
 
 }  // namespace

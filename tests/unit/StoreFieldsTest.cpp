@@ -42,17 +42,15 @@ CComVariant& MakeResult(CComVariant& result, const std::vector<Fill>& elements, 
 }
 
 TEST(ArrayView, ElementsComeFromTheLowerBoundOnAndTheArrayIsFreeAfterwards) {
-    for (const LONG lower : {0L, 1L, -3L, 2147483640L}) {
-        CComVariant result;
-        MakeResult(result, {Number(5), Number(6)}, lower);
-        {
-            const ArrayView view(result);
-            ASSERT_EQ(view.size(), 2u);
-            EXPECT_EQ(view[0].ulVal, 5u);
-            EXPECT_EQ((view.end() - 1)->ulVal, 6u);
-        }
-        EXPECT_EQ(result.parray->cLocks, 0u);
+    CComVariant result;
+    MakeResult(result, {Number(5), Number(6)}, 2147483640);
+    {
+        const ArrayView view(result);
+        ASSERT_EQ(view.size(), 2u);
+        EXPECT_EQ(view[0].ulVal, 5u);
+        EXPECT_EQ((view.end() - 1)->ulVal, 6u);
     }
+    EXPECT_EQ(result.parray->cLocks, 0u);
 }
 
 TEST(ArrayView, WhatIsNoListOfVariantsIsEmpty) {
