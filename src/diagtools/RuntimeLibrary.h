@@ -6,8 +6,8 @@
 
 namespace DiagTools {
 
-/// A library loaded at run time, with a table of its entries (decision 0005). Loaded at most once and held until
-/// Unload or the end of the process; the failure of an attempt is remembered.
+/// A library loaded at run time, with a table of its entries (decision 0005). Loaded at most once
+/// and held until Unload or the end of the process; the failure of an attempt is remembered.
 template <std::size_t N>
 class CRuntimeLibrary {
 public:

@@ -49,8 +49,9 @@ constexpr Option kOptions[] = {
 // case.
 constexpr int kParserStyle = 2047;
 
-// Decision 0018. The library is laxer than this tool promises in four places. A wrong command line must end in
-// the help, not in another command than the administrator meant; so each is closed here.
+// Decision 0018. The library is laxer than this tool promises in four places. A wrong command line
+// must end in the help, not in another command than the administrator meant; so each is closed
+// here.
 
 [[noreturn]] void ThrowUnknownOption(const std::string& token) {
     po::unknown_option error;

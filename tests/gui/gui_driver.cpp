@@ -11,7 +11,8 @@
 ///   close               asks the window to close
 ///   gone                until the window is no longer there
 ///
-/// Texts know the escapes \" and \\, titles also %n for a line feed. A step that cannot be done ends the script with 1.
+/// Texts know the escapes \" and \\, titles also %n for a line feed. A step that cannot be done
+/// ends the script with 1.
 #include <windows.h>
 
 #include <cstdlib>
@@ -89,8 +90,8 @@ void PrintLayout(HWND window, int width, int height) {
         const auto x = [&](LONG pixels) { return ::MulDiv(pixels, width, client.right); };
         const auto y = [&](LONG pixels) { return ::MulDiv(pixels, height, client.bottom); };
         std::cout << ::GetDlgCtrlID(control) << " at " << x(place.left) << ',' << y(place.top)
-                  << " size " << x(place.right - place.left) << ','
-                  << y(place.bottom - place.top) << '\n';
+                  << " size " << x(place.right - place.left) << ',' << y(place.bottom - place.top)
+                  << '\n';
     }
 }
 

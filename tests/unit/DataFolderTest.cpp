@@ -51,40 +51,35 @@ TEST(DataFolder, IsTheRegistrysTextOrTheRecordedTemporaryFolder) {
     const lab_test::Folder folder;
     const std::string base = std::filesystem::path(folder / L"gw").string();
     const std::string nul(1, '\0');
-    const std::string filler(259 - base.size() - 1, 'f');
+    const std::string longest = base + "\\" + std::string(258 - base.size(), 'f');
     const std::string temporary = std::filesystem::temp_directory_path().string();
+    const std::string temporaryFolder = temporary.substr(0, temporary.size() - 1);
     const struct {
         const char* why;
         DWORD type;
-        std::string bytes;
-        std::string expected;  // empty: the temporary folder, recorded
+        std::string bytes, expected;  // empty: the temporary folder, recorded
     } rows[] = {
-        {"no separator", REG_SZ, base + nul, base},
-        {"a backslash is removed", REG_SZ, base + "\\a\\" + nul, base + "\\a"},
-        {"so is a slash", REG_SZ, base + "/b/" + nul, base + "/b"},
-        {"but only one", REG_SZ, base + "\\\\" + nul, base + "\\"},
+        {"one separator is removed", REG_SZ, base + "\\\\" + nul, base + "\\"},
         {"unterminated", REG_SZ, base, ""},
         {"not expanded", REG_EXPAND_SZ, base + "\\%TMP%" + nul, base + "\\%TMP%"},
         {"first of a list", REG_MULTI_SZ, base + nul + "c" + nul + nul, base},
         {"list with one terminator", REG_MULTI_SZ, base + nul, ""},
         {"number", REG_DWORD, std::string("C:\\\0", 4), ""},
         {"empty text", REG_SZ, nul, ""},
-        {"no data", REG_SZ, "", ""},
-        {"the longest", REG_SZ, base + "\\" + filler + nul, base + "\\" + filler},
-        {"one too long and cut before its terminator", REG_SZ, base + "\\" + filler + "f", ""},
+        {"the longest", REG_SZ, longest + nul, longest},
+        {"one too long and cut before its terminator", REG_SZ, longest + "f", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
         Registry registry;
         registry.Write(row.type, row.bytes);
+        const bool isRecorded = row.expected.empty();
         CDataFolder found;
-        EXPECT_STREQ(found.Get(), row.expected.empty()
-                                      ? temporary.substr(0, temporary.size() - 1).c_str()
-                                      : row.expected.c_str());
+        EXPECT_EQ(found.Get(), isRecorded ? temporaryFolder : row.expected);
         EXPECT_TRUE(row.bytes.size() > 200 || std::filesystem::is_directory(found.Get()));
         DWORD type = 0;
-        EXPECT_EQ(registry.Read(type), row.expected.empty() ? temporary + nul : row.bytes);
-        EXPECT_EQ(type, row.expected.empty() ? REG_SZ : row.type);
+        EXPECT_EQ(registry.Read(type), isRecorded ? temporary + nul : row.bytes);
+        EXPECT_EQ(type, isRecorded ? REG_SZ : row.type);
     }
 }
 
@@ -92,7 +87,6 @@ TEST(DataFolder, AnObjectResolvesItOnceAndWithoutAKeyItIsEmpty) {
     Registry registry;
     CDataFolder first;
     const std::string temporary = first.Get();
-    EXPECT_NE(temporary, "");
     registry.Write(REG_SZ, std::string("C:\\\0", 4));
     EXPECT_EQ(first.Get(), temporary);
     EXPECT_STREQ(CDataFolder().Get(), "C:");
@@ -107,7 +101,6 @@ TEST(DirectoryChain, EveryTokenIsAFolderOnTheWay) {
     const std::string base = std::filesystem::path(folder / L"").string();
     EXPECT_EQ(CreateDirectoryChain((base + "a//b\\/\\c d\\").c_str()), S_OK);
     EXPECT_TRUE(std::filesystem::is_directory(base + "a\\b\\c d"));
-    EXPECT_EQ(CreateDirectoryChain((base + "a").c_str()), S_OK) << "there already";
     EXPECT_EQ(CreateDirectoryChain(""), E_FAIL);
     EXPECT_EQ(CreateDirectoryChain("\\/"), S_OK);
 

@@ -42,34 +42,27 @@ const std::string kName = "a-host-with-a-name-that-needs-memory";
 
 /// Runs the work without a fault, then once with each of its allocations failing, and gives what
 /// each run left behind to the check.
-template <class Work, class Check>
-void FailEachAllocation(const Work& work, const Check& check) {
-    work();
-    const std::string whole = work();
-    bool failed = true;
-    for (long n = 1; failed; ++n) {
-        std::string left;
+template <class Work, class Left, class Check>
+void FailEachAllocation(const Work& work, const Left& left, const Check& check) {
+    const auto runFailing = [&](long n) {
+        Server().calls.clear();
         allocations = 0;
         failingAllocation = n;
         try {
-            left = work();
+            work();
         } catch (const std::bad_alloc&) {
-            left = "thrown";
         }
-        failed = allocations >= n;
         failingAllocation = 0;
-        check(n, whole, left);
-    }
+        return allocations >= n;
+    };
+    runFailing(0);  // what is made once and kept
+    runFailing(0);
+    const std::string whole = left();
+    for (long n = 1; runFailing(n); ++n)
+        check(n, whole, left());
 }
 
-template <class Work>
-std::string CallsOf(const Work& work) {
-    Server().calls.clear();
-    try {
-        work();
-    } catch (const std::bad_alloc&) {
-    }
-    failingAllocation = 0;
+std::string Calls() {
     return Server().calls;
 }
 
@@ -81,14 +74,10 @@ TEST(FailingMemory, ImportsAskTheServerWithWholeTextsInOrderOrNotAtAll) {
     const boost::weak_ptr<COutputMsg> output;
     const std::string client = kName + ",10.1.0.5,255.255.0.0,0.0.0.0,0.0.0.0,0-1-2-3-4-5,Reserved";
     const std::string scope = kName + ",10.1.0.1,255.255.0.0,10.1.0.0,";
-    const auto addClient = [&] {
-        CDHCPClientInfoImpl(output, kServer, 60).SetDHCPClientInfo(client);
-    };
-    const auto addScope = [&] {
-        CDHCPSegmentInfoImpl(output, kServer, 60).SetDHCPScopeInfo(scope);
-    };
-    FailEachAllocation([&] { return CallsOf(addClient); }, IsABeginning);
-    FailEachAllocation([&] { return CallsOf(addScope); }, IsABeginning);
+    FailEachAllocation([&] { CDHCPClientInfoImpl(output, kServer, 60).SetDHCPClientInfo(client); },
+                       Calls, IsABeginning);
+    FailEachAllocation([&] { CDHCPSegmentInfoImpl(output, kServer, 60).SetDHCPScopeInfo(scope); },
+                       Calls, IsABeginning);
 }
 
 TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
@@ -105,27 +94,21 @@ TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
         CDHCPSegmentInfoImpl({}, kServer, CDHCPSegmentInfoImpl::NetshWriter())
             .ChangeAllDynamicToReserved("10.1.0.0", clients);
     };
-    FailEachAllocation(
-        [&] { return CallsOf(cleanUp); },
-        [](long n, const std::string& whole, const std::string& left) {
-            EXPECT_TRUE(left == whole || left.empty()) << "allocation " << n << ": " << left;
-        });
+    const auto isBothOrNothing = [](long n, const std::string& whole, const std::string& left) {
+        EXPECT_TRUE(left == whole || left.empty()) << "allocation " << n << ": " << left;
+    };
+    FailEachAllocation(cleanUp, Calls, isBothOrNothing);
 }
 
 TEST(FailingMemory, ABatchFileHasWholeLinesAndNoTrailerAfterAnException) {
     const lab_test::Folder folder;
     const std::string path = std::filesystem::path(folder / L"a.bat").string();
+    const auto writeBatch = [&] {
+        CNetshCommands writer({}, kServer, path);
+        writer.AddScopeCommands(kName, "10.1.0.0", "10.1.0.1", "255.255.0.0", kName, 60);
+    };
     FailEachAllocation(
-        [&] {
-            try {
-                CNetshCommands writer({}, kServer, path);
-                writer.AddScopeCommands(kName, "10.1.0.0", "10.1.0.1", "255.255.0.0", kName, 60);
-            } catch (const std::bad_alloc&) {
-            }
-            failingAllocation = 0;
-            return lab_test::ReadAll(folder / L"a.bat");
-        },
-        IsABeginning);
+        writeBatch, [&] { return lab_test::ReadAll(folder / L"a.bat"); }, IsABeginning);
 }
 
 TEST(FailingMemory, ACsvFileLosesOneEntryAtMost) {
@@ -133,17 +116,17 @@ TEST(FailingMemory, ACsvFileLosesOneEntryAtMost) {
     const std::string path = std::filesystem::path(folder / L"a.csv").string();
     lab_test::WriteAll(folder / L"a.csv", "header\n" + std::string(9000, 'a') + "\n" +
                                               std::string(70000, 'b') + "\nc\n");
+    std::string seen;  // short enough to need no memory
+    const auto read = [&] {
+        seen.clear();
+        ForEachCsvEntry(path, [&](const std::string& line) { seen += line.front(); });
+    };
+    const auto losesOne = [](long n, const std::string& whole, const std::string& left) {
+        EXPECT_GE(left.size() + 1, whole.size()) << "allocation " << n;
+        EXPECT_NE(left.find('c'), std::string::npos) << "allocation " << n;
+    };
     FailEachAllocation(
-        [&] {
-            char seen[8] = "";
-            char* at = seen;
-            ForEachCsvEntry(path, [&](const std::string& line) { *at++ = line.front(); });
-            return std::string(seen);
-        },
-        [](long n, const std::string& whole, const std::string& left) {
-            EXPECT_GE(left.size() + 1, whole.size()) << "allocation " << n;
-            EXPECT_EQ(left.back(), 'c') << "allocation " << n;
-        });
+        read, [&] { return seen; }, losesOne);
 }
 
 }  // namespace

