@@ -287,7 +287,7 @@ class Scenario:
     def indented(self, data):
         lines = readable(data).splitlines()
         more = len(lines) - self.lines
-        lines[self.lines:] = [f"... {more} more lines"] * (more > 0)
+        lines[self.lines:] = [f"... {more} more lines"] * (more > 0 and self.lines > 0)
         return "".join(f"  {line}\n" for line in lines)
 
     def set(self, name, text):
