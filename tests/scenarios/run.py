@@ -8,7 +8,6 @@ docs/testing.md describes transcripts. Each run leaves what it used and made und
 import argparse
 import difflib
 import fcntl
-import math
 import os
 import re
 import shlex
@@ -91,14 +90,9 @@ class Masks:
         return re.sub(r"\b\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text)
 
     def relative_time(self, match):
-        """A FILETIME as the distance from the run, which is the lease duration."""
-        unix = int(match[0]) / 1e7 - 11644473600
-        longest = int(unix - self.started)
-        shortest = math.ceil(unix - time.time())
-        # A run of more than a second leaves a choice: leases are round numbers.
-        roundest = max(range(shortest, longest + 1), default=longest,
-                       key=lambda seconds: len(str(seconds)) - len(str(seconds).rstrip("0")))
-        return f"<now + {roundest} s>"
+        """A FILETIME as the distance from the run, which is the lease duration: quarters of hours."""
+        seconds = int(match[0]) / 1e7 - 11644473600 - self.started
+        return f"<now + {round(seconds / 900) * 900} s>"
 
 
 def registry_value(kind, data):

@@ -22,35 +22,13 @@ std::string RandomMac() {
     return mac.ToString();
 }
 
-TEST(MACAddress, FromStringTakesOneOrTwoDigitsAGroupAndStopsAtTheFirstBadOne) {
-    const struct {
-        const char* why;
-        std::string text;
-        const char* expected;
-    } rows[] = {
-        {"upper case", "00-04-70-AA-BB-CF", "00-04-70-aa-bb-cf"},
-        {"one-digit groups", "0-4-70-a-b-c", "00-04-70-0a-0b-0c"},
-        {"colons end it at once", "00:04:70:11:22:33", "00-00-00-00-00-00"},
-        {"a leading blank is no digit", " 1-2-3-4-5-6", "00-00-00-00-00-00"},
-        {"first digit bad: earlier groups are kept", "01-02-g3-04-05-06", "01-02-00-00-00-00"},
-        {"three digits", "01-002-03-04-05-06", "01-00-00-00-00-00"},
-        {"an empty group", "01--03-04-05-06", "01-00-00-00-00-00"},
-        {"a group without its \"-\" does not count", "00-04-70", "00-04-00-00-00-00"},
-        {"with it, it does", "00-04-70-", "00-04-70-00-00-00"},
-        {"sixth group: one digit before white space", "1-2-3-4-5-6\t", "01-02-03-04-05-06"},
-        {"sixth group: one digit before anything else", "1-2-3-4-5-6-", "01-02-03-04-05-00"},
-        {"sixth group: no white space of another code page", "1-2-3-4-5-6\xa0",
-         "01-02-03-04-05-00"},
-        {"sixth group: two digits, then anything", "1-2-3-4-5-67-89", "01-02-03-04-05-67"},
-        {"no end in sight", std::string(40000, 'a'), "00-00-00-00-00-00"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        EXPECT_EQ(Parsed(row.text).ToString(), row.expected);
-    }
+// How texts are read is what the generated stores are full of; here what they cannot show.
+TEST(MACAddress, BytesThatAreNotReachedKeepTheirValue) {
     CMACAddress kept = Parsed("11-22-33-44-55-66");
     kept.FromString("aa-x");
     EXPECT_EQ(kept.ToString(), "aa-22-33-44-55-66");
+    EXPECT_EQ(Parsed("1-2-3-4-5-6\t").ToString(), "01-02-03-04-05-06");
+    EXPECT_EQ(Parsed("1-2-3-4-5-6\xa0").ToString(), "01-02-03-04-05-00") << "no white space";
 }
 
 TEST(MACAddress, PrefixIsTheVendorBlockAndSettingItKeepsTheTail) {

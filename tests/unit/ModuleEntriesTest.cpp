@@ -30,19 +30,13 @@ TEST(ComModule, ExportsTheSelfRegistrationEntriesAndHasNoClasses) {
 }
 
 TEST(EventLogWriter, NamesItsSourceAfterTheModuleUnlessToldOtherwise) {
-    const struct {
-        HMODULE module;
-        const char* sourceName;
-        const char* expected;
-    } rows[] = {
-        {nullptr, nullptr, "unit_tests"},
-        {::GetModuleHandleA("kernel32"), nullptr, "kernel32"},
-        {nullptr, "Named", "Named"},
-    };
-    for (const auto& row : rows) {
-        DiagTools::CEventLogWriter::Initialize(row.module, row.sourceName);
-        EXPECT_STRCASEEQ(DiagTools::CEventLogWriter::SourceName().c_str(), row.expected);
-    }
+    using Writer = DiagTools::CEventLogWriter;
+    Writer::Initialize(nullptr, nullptr);
+    EXPECT_EQ(Writer::SourceName(), "unit_tests");
+    Writer::Initialize(::GetModuleHandleA("kernel32"), nullptr);
+    EXPECT_STRCASEEQ(Writer::SourceName().c_str(), "kernel32");
+    Writer::Initialize(nullptr, "Named");
+    EXPECT_EQ(Writer::SourceName(), "Named");
 }
 
 TEST(AnsiText, IsCutBetweenCharactersOnly) {

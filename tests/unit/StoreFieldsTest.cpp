@@ -56,31 +56,32 @@ TEST(ArrayView, ElementsComeFromTheLowerBoundOnAndTheArrayIsFreeAfterwards) {
 }
 
 TEST(ArrayView, WhatIsNoListOfVariantsIsEmpty) {
-    CComVariant none;
-    EXPECT_EQ(ArrayView(none).size(), 0u);
-    none.vt = VT_ARRAY | VT_VARIANT;
-    none.parray = nullptr;
-    EXPECT_EQ(ArrayView(none).size(), 0u);
-    EXPECT_EQ(ArrayView(none).begin(), ArrayView(none).end());
-    CComVariant empty;
-    EXPECT_EQ(ArrayView(MakeResult(empty, {}, 7)).size(), 0u);
-    CComVariant texts;
-    texts.parray = ::SafeArrayCreateVector(VT_BSTR, 0, 3);
-    texts.vt = VT_ARRAY | VT_BSTR;
-    EXPECT_EQ(ArrayView(texts).size(), 0u);
     SAFEARRAYBOUND bounds[] = {{2, 0}, {1, 0}};
-    CComVariant table;
-    table.parray = ::SafeArrayCreate(VT_VARIANT, 2, bounds);
-    table.vt = VT_ARRAY | VT_VARIANT;
-    EXPECT_EQ(ArrayView(table).size(), 0u);
-    texts.vt = VT_ARRAY | VT_VARIANT;
-    EXPECT_EQ(ArrayView(texts).size(), 0u) << "a label that lies";
-    texts.vt = VT_ARRAY | VT_BSTR;
-    CComVariant unfilled;
-    unfilled.vt = VT_ARRAY | VT_VARIANT;
-    ::SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &unfilled.parray);
-    unfilled.parray->rgsabound[0] = {3, 0};
-    EXPECT_EQ(ArrayView(unfilled).size(), 0u) << "no data";
+    SAFEARRAY* unfilled = nullptr;
+    ::SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &unfilled);
+    unfilled->rgsabound[0] = {3, 0};
+    const struct {
+        const char* why;
+        int label;
+        SAFEARRAY* array;
+    } rows[] = {
+        {"nothing", VT_EMPTY, nullptr},
+        {"no array", VT_ARRAY | VT_VARIANT, nullptr},
+        {"no elements", VT_ARRAY | VT_VARIANT, ::SafeArrayCreateVector(VT_VARIANT, 7, 0)},
+        {"texts", VT_ARRAY | VT_BSTR, ::SafeArrayCreateVector(VT_BSTR, 0, 3)},
+        {"texts under a label that lies", VT_ARRAY | VT_VARIANT,
+         ::SafeArrayCreateVector(VT_BSTR, 0, 3)},
+        {"a table", VT_ARRAY | VT_VARIANT, ::SafeArrayCreate(VT_VARIANT, 2, bounds)},
+        {"no data", VT_ARRAY | VT_VARIANT, unfilled},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.why);
+        VARIANT result;
+        result.vt = static_cast<VARTYPE>(row.label);
+        result.parray = row.array;
+        EXPECT_EQ(ArrayView(result).size(), 0u);
+        ::SafeArrayDestroy(row.array);
+    }
     CComVariant locked;
     MakeResult(locked, {Number(5)}).parray->cLocks = 0xFFFF;
     EXPECT_THROW(ArrayView{locked}, std::system_error) << "no more locks";
