@@ -92,7 +92,7 @@ TEST(CommandLineOptions, ALineMeansWhatItSaysOrIsRefused) {
          "! the argument ('lp') for option '--errorDesc' is invalid"},
         {"a switch can be stuck to an option with a value", {"-hca"}, "exportClients=a help="},
         {"which takes all the rest", {"-ch"}, "exportClients=h"},
-        {"a slash begins one letter", {"/hv"}, "! option '--help' does not take any arguments"},
+        {"a slash begins one letter", {"/hC"}, "! option '--help' does not take any arguments"},
         {"no second implicit value",
          {"-c", "-c"},
          "! option '--exportClients' cannot be specified more than once"},

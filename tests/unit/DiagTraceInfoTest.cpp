@@ -48,7 +48,8 @@ protected:
         static const lab_test::Folder folder;
         path = folder / L"t";
         // Loaded before, it is the one that the program's own look-up finds.
-        static const lab_test::Library client(L"DTClient.dll", folder, {{L"TRACE_COUNT", L"1"}});
+        static const lab_test::Library client(L"DTClient.dll", folder,
+                                              {{L"TRACE_COUNT", L"1"}, {L"TRACE_MASK", L"0xBC"}});
         EXPECT_EQ(filterAtStart, 255u);
         EXPECT_EQ(CDiagTraceInfoRegister().Register(::GetModuleHandleA(nullptr)), 1);
         EXPECT_EQ(NewLines(), "register|unit_tests.exe|\"\"|\"\"\n");
@@ -106,7 +107,7 @@ TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
     DT_TRACE(8, "a level that is off does not even ask the client");
     EXPECT_EQ(NewLines(), "");
     DT_TRACE(4, "the client's answer counts from now on");
-    EXPECT_EQ(traceFilter, 0xFFFFFFFF);
+    EXPECT_EQ(traceFilter, 0xBCu | 1 | 2 | 256) << "the client's mask, and what passes always";
     EXPECT_NE(NewLines(), "");
 }
 
