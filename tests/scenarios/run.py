@@ -362,11 +362,13 @@ class Scenario:
                if (self.trace if re.match(r"\d+\|", line) else
                    self.calls or re.match("register|unregister|filter|WARNING", line))
                and not (self.hidden and re.search(self.hidden, line))]
-        text += "".join(f"| {line}\n" for line in log + done.events * self.events)
-        # Texts that one function traces in a row stand on one line.
-        while (joined := re.sub(r"^(\| \d+\|[^|\n]*\|[^|\n]*\|)(.*)\n\1", r"\1\2 // ", text,
-                                flags=re.M)) != text:
-            text = joined
+        place = None
+        for line in log + done.events * self.events:
+            level, tag, what = re.match(r"(?:(\d+)\|([^|]*\|[^|]*)\|)?(.*)", line).groups()
+            if tag and tag == place:  # texts that one function traces in a row stand on one line
+                text = text[:-1] + " // " + (f"{level}|" if level != first else "") + what + "\n"
+            else:
+                text, place, first = text + f"| {line}\n", tag, level
         return text
 
     def play(self):

@@ -8,10 +8,12 @@ namespace {
 
 namespace po = boost::program_options;
 
-/// "name=value" of every option found, in alphabetical order, or why the line is refused.
+/// "name=value" of every option found, in alphabetical order; "!" and the reason when the line is
+/// refused.
 std::string Parse(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "dhcpmigrate");
     std::vector<const char*> argv;
+    argv.reserve(arguments.size());
     for (const std::string& argument : arguments)
         argv.push_back(argument.c_str());
     try {
@@ -30,7 +32,7 @@ std::string Parse(std::vector<std::string> arguments) {
         }
         return found;
     } catch (const std::exception& refused) {
-        return refused.what();
+        return std::string("! ") + refused.what();
     }
 }
 
@@ -58,8 +60,10 @@ TEST(CommandLineOptions, EveryOptionTakesItsValueInEveryFormAndHasAnImplicitOne)
     };
     for (const auto& row : rows) {
         const std::string expected = row.name + "=" + row.value;
+        EXPECT_EQ(Parse({"-" + row.letter, row.value}), expected);
         EXPECT_EQ(Parse({"-" + row.letter + row.value}), expected);
         EXPECT_EQ(Parse({"/" + row.letter, row.value}), expected);
+        EXPECT_EQ(Parse({"--" + row.name, row.value}), expected);
         EXPECT_EQ(Parse({"--" + row.name + "=" + row.value}), expected);
         EXPECT_EQ(Parse({"-" + row.letter}), row.name + "=" + row.implicitValue);
         EXPECT_EQ(Parse({"--" + row.name}), row.name + "=" + row.implicitValue);
@@ -72,18 +76,43 @@ TEST(CommandLineOptions, ALineMeansWhatItSaysOrIsRefused) {
         std::vector<std::string> arguments;
         const char* expected;
     } rows[] = {
-        {"short letters know their case", {"-C"}, "unrecognised option '-C'"},
-        {"also behind a slash, where a value is stuck on", {"/Ca"}, "unrecognised option '/Ca'"},
-        {"and behind three dashes", {"---C"}, "unrecognised option '---C'"},
+        {"short letters know their case", {"-C"}, "! unrecognised option '-C'"},
+        {"also behind a slash, where a value is stuck on", {"/Ca"}, "! unrecognised option '/Ca'"},
+        {"and within a group", {"-hC"}, "! unrecognised option '-hC'"},
+        {"and behind three dashes", {"---C"}, "! unrecognised option '---C'"},
+        {"a letter without an option", {"-j"}, "! unrecognised option '-j'"},
         {"long names have no case", {"--EXPORTCLIENTS=x.csv"}, "exportClients=x.csv"},
         {"and may be cut short", {"--rESERV", "s"}, "Reservation=s"},
-        {"-h and -e lp", {"-help"}, "the argument ('lp') for option '--errorDesc' is invalid"},
+        {"unless others begin so, too",
+         {"--update"},
+         "! option '--update' is ambiguous and matches '--updateClients', '--updateMAC', and "
+         "'--updateScopes'"},
+        {"-help is -h with -e lp",
+         {"-help"},
+         "! the argument ('lp') for option '--errorDesc' is invalid"},
         {"a switch can be stuck to an option with a value", {"-hca"}, "exportClients=a help="},
-        {"twice", {"-c", "-c"}, "option '--exportClients' cannot be specified more than once"},
-        {"below zero", {"-d-5"}, "the argument ('-5') for option '--leaseDuration' is invalid"},
-        {"long", {"--errorDesc=-1"}, "the argument ('-1') for option '--errorDesc' is invalid"},
-        {"a dash begins an option", {"-e", "-1"}, "unrecognised option '-1'"},
-        {"but alone it is a value", {"-c", "-", "-s", "/"}, "exportClients=- exportScopes=/"},
+        {"which takes all the rest", {"-ch"}, "exportClients=h"},
+        {"a slash begins one letter", {"/hC"}, "! option '--help' does not take any arguments"},
+        {"no second implicit value",
+         {"-c", "-c"},
+         "! option '--exportClients' cannot be specified more than once"},
+        {"no second value",
+         {"-c", "a", "--exportC", "b"},
+         "! option '--exportClients' cannot be specified more than once"},
+        {"help twice", {"-hh"}, "! option '--help' cannot be specified more than once"},
+        {"below zero", {"-d-5"}, "! the argument ('-5') for option '--leaseDuration' is invalid"},
+        {"a long one",
+         {"--errorDesc=-1"},
+         "! the argument ('-1') for option '--errorDesc' is invalid"},
+        {"a dash begins an option", {"-e", "-1"}, "! unrecognised option '-1'"},
+        {"the largest number", {"-e4294967295"}, "errorDesc=4294967295"},
+        {"one more",
+         {"-e4294967296"},
+         "! the argument ('4294967296') for option '--errorDesc' is invalid"},
+        {"no number", {"-e", ""}, "! the argument for option '--errorDesc' is invalid"},
+        {"an empty name is a name", {"-c", ""}, "exportClients="},
+        {"so is a single dash or slash", {"-c", "-", "-s", "/"}, "exportClients=- exportScopes=/"},
+        {"a stuck value keeps its sign", {"-c=a.csv"}, "exportClients==a.csv"},
         {"stray words are passed over", {"a.csv", "-s", "b", "c", "--", "-C"}, "exportScopes=b"},
     };
     for (const auto& row : rows) {

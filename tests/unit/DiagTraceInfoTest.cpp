@@ -15,6 +15,10 @@ using namespace DiagTools;
 const std::uint32_t filterAtStart = traceFilter;
 constexpr char kTraceFile[] = ".\\sub\\TraceTest";
 
+std::string Tag() {
+    return FunctionTag(DT_SIGNATURE).text;
+}
+
 struct Tagged {
     ~Tagged() { *last = FunctionTag(DT_SIGNATURE).text; }
     static std::map<std::string, std::vector<std::string>> Map(const std::function<void(int)>&) {
@@ -27,6 +31,7 @@ struct Tagged {
 };
 
 TEST(FunctionTag, IsTheQualifiedNameWhateverSurroundsIt) {
+    EXPECT_EQ(Tag(), "Tag");
     EXPECT_EQ(Tagged::Map({}).begin()->first, "Tagged::Map");
     std::string destroyed;
     EXPECT_EQ(Tagged{&destroyed}.Lambda(), "Tagged::Lambda");
@@ -44,7 +49,7 @@ protected:
         path = folder / L"t";
         // Loaded before, it is the one that the program's own look-up finds.
         static const lab_test::Library client(L"DTClient.dll", folder,
-                                              {{L"TRACE_COUNT", L"1"}, {L"TRACE", path}});
+                                              {{L"TRACE_COUNT", L"1"}, {L"TRACE_MASK", L"0xBC"}});
         EXPECT_EQ(filterAtStart, 255u);
         EXPECT_EQ(CDiagTraceInfoRegister().Register(::GetModuleHandleA(nullptr)), 1);
         EXPECT_EQ(NewLines(), "register|unit_tests.exe|\"\"|\"\"\n");
@@ -57,6 +62,7 @@ protected:
         return added;
     }
     static std::string Text(const std::string& text) { return "1|Tag|F|7|" + text + "\n"; }
+
     static inline std::wstring path;
     static inline std::size_t read = 0;
 };
@@ -71,6 +77,8 @@ TEST_F(Trace, ALineCarriesItsPlaceAndItsText) {
     EXPECT_EQ(NewLines(), "filter\n");
     EXPECT_TRUE(info.TraceText(1, "%s%n 50%\r\n"));
     EXPECT_EQ(NewLines(), Text("%s%n 50%\\r\\n"));
+    EXPECT_TRUE(info(1, "%s", std::string(32767, 'a').c_str()));
+    EXPECT_EQ(NewLines(), Text(std::string(32767, 'a')));
     EXPECT_TRUE(info(1, "%s%d", std::string(32766, 'a').c_str(), 12));
     EXPECT_EQ(NewLines(), Text(std::string(32766, 'a') + "1"));
     EXPECT_EQ(CheckHResult("Tag", 7, "F", "a(\"%s\")", E_FAIL), E_FAIL);
@@ -99,13 +107,17 @@ TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
     DT_TRACE(8, "a level that is off does not even ask the client");
     EXPECT_EQ(NewLines(), "");
     DT_TRACE(4, "the client's answer counts from now on");
-    EXPECT_EQ(traceFilter, 0xFFFFFFFF);
+    EXPECT_EQ(traceFilter, 0xBCu | 1 | 2 | 256) << "the client's mask, and what passes always";
+    EXPECT_NE(NewLines(), "");
 }
 
 TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
     const lab_test::Folder folder;
     const TemporaryFolderIs temporary((folder / L"").c_str());
     CDiagTraceInfo info("Tag", 7, "F");
+    bool (CDiagTraceInfo::*unchecked)(std::uint32_t, const char*, ...) =
+        &CDiagTraceInfo::operator();  // the compiler refuses a missing format
+    EXPECT_FALSE((info.*unchecked)(1, nullptr));
     EXPECT_FALSE(info.TraceBuffer(1, nullptr, 4));
     CDiagTraceInfo(nullptr, 7, "F")(1, "text");
     CDiagTraceInfo(nullptr, 7, "F").TraceBuffer(1, "b", 1);
@@ -117,6 +129,7 @@ TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
     for (std::string line; std::getline(log, line);)
         faults += line == "\r" ? "|" : line.substr(line.find(" : ") + 3);
     EXPECT_EQ(faults,
+              "CDiagTraceInfo::operator() if(NULL == pszFmt) Failed|"
               "CDiagTraceInfo::operator() if(NULL == pBuf) Failed|"
               "CDiagTrace::Trace if((NULL == pszFile)||(NULL == pszTrace)) Failed|"
               " CDiagTrace::Trace if((NULL == pszFile)||(NULL == pBuf)) Failed|"
