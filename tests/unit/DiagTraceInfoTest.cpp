@@ -48,8 +48,9 @@ protected:
         static const lab_test::Folder folder;
         path = folder / L"t";
         // Loaded before, it is the one that the program's own look-up finds.
-        static const lab_test::Library client(L"DTClient.dll", folder,
-                                              {{L"TRACE_COUNT", L"1"}, {L"TRACE_MASK", L"0xBC"}});
+        static const lab_test::Library client(
+            L"DTClient.dll", folder,
+            {{L"TRACE_COUNT", L"1"}, {L"TRACE_MASK", L"0xBC"}, {L"TRACE", path}});
         EXPECT_EQ(filterAtStart, 255u);
         EXPECT_EQ(CDiagTraceInfoRegister().Register(::GetModuleHandleA(nullptr)), 1);
         EXPECT_EQ(NewLines(), "register|unit_tests.exe|\"\"|\"\"\n");
