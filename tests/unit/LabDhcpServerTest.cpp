@@ -38,40 +38,6 @@ TEST(LabDhcpServer, EveryBlockIsFreedByItself) {
     EXPECT_EQ(folder.Misuses(), unknown + unknown + "blocks not freed: 1\n");
 }
 
-TEST(LabDhcpServer, FaultsComeBeforeTheStateAndALostAnswerBehindIt) {
-    const Folder folder;
-    WriteAll(folder / L"f",
-             "DhcpCreateSubnet #2 = 5\nDhcpCreateSubnet #3 = done 1722\n"
-             "DhcpEnumSubnetClientsV4 * = done 1722\n");
-    WriteAll(folder / L"s", "{\"scopes\": 5}");
-    Library dll(L"dhcpsapi.dll", folder, {{L"RESERVE_LEASED", L"20014"}});
-    const auto create = [&dll](const wchar_t* server) {
-        api::SubnetInfo info{};
-        info.address = kScope;
-        info.mask = 0xFFFF0000;
-        return dll.Call("DhcpCreateSubnet", server, kScope, &info);
-    };
-    EXPECT_EQ(create(kServer), 20013u) << "the state is broken";
-    WriteAll(folder / L"s", "{}");
-    EXPECT_EQ(create(kServer), 5u);
-    EXPECT_EQ(create(kServer), 1722u);
-    EXPECT_EQ(create(kServer), 20052u) << "it was done";
-    for (const wchar_t* const broken : {L"", L"10.0.0..2", L"10.0.0.256", L"10.0.0", L"a b", L".a"})
-        EXPECT_EQ(create(broken), 1722u) << broken;
-    EXPECT_EQ(create(L"3com.example-1"), 20052u);
-    auto* array = reinterpret_cast<api::ClientArray*>(1);
-    DWORD numbers[] = {7, 8, 9};
-    EXPECT_EQ(dll.Call("DhcpEnumSubnetClientsV4", kServer, kScope, &numbers[0], 1, &array,
-                       &numbers[1], &numbers[2]),
-              1722u);
-    EXPECT_EQ(reinterpret_cast<std::size_t>(array) + numbers[0] + numbers[1] + numbers[2], 25u);
-    dll.Unload();
-    EXPECT_EQ(folder.Misuses(),
-              "setting DHCPLAB_RESERVE_LEASED not understood: 20014\n"
-              "server state " +
-                  lab::Escape(folder / L"s") + ": scopes: not an object\n");
-}
-
 TEST(LabDhcpServer, WhatTheProgramNeverSendsIsRefusedAsMisuse) {
     const Folder folder;
     WriteAll(folder / L"s", R"({"scopes": {"10.1.0.0": {"mask": "255.255.0.0"}}})");

@@ -49,7 +49,6 @@ protected:
             kClass, IID_IClassFactory, &factory);
         return factory->CreateInstance(nullptr, kClass, reinterpret_cast<void**>(&m_store));
     }
-    void Release() { std::exchange(m_store, nullptr)->Release(); }
     template <class... Arguments>
     HRESULT Call(Slot slot, Arguments... arguments) {
         using Function = HRESULT(STDMETHODCALLTYPE*)(void*, Arguments...);
@@ -60,15 +59,10 @@ protected:
         return Call(kPut, 1L, 0L, Text(L"S").Bstr(), Text(entry).Bstr(), Text(name).Bstr(),
                     Text(text).get());
     }
-    /// The value's text; of a number its type and content.
-    std::wstring Get(const std::wstring& entry, const std::wstring& name) {
+    HRESULT Get(const std::wstring& entry, const std::wstring& name) {
         OwnedVariant value;
-        const HRESULT hr = Call(kGet, 1L, 0L, Text(L"S").Bstr(), Text(entry).Bstr(),
-                                Text(name).Bstr(), value.Receive());
-        const VARIANT& got = value.get();
-        return hr != S_OK          ? hr == HRESULT(0x80070490) ? L"(none)" : L"(error)"
-               : got.vt == VT_BSTR ? std::wstring(got.bstrVal, ::SysStringLen(got.bstrVal))
-                                   : std::to_wstring(got.vt) + L":" + std::to_wstring(got.ulVal);
+        return Call(kGet, 1L, 0L, Text(L"S").Bstr(), Text(entry).Bstr(), Text(name).Bstr(),
+                    value.Receive());
     }
 
     const Folder m_folder;
@@ -76,42 +70,6 @@ protected:
     std::unique_ptr<Library> m_dll;
     IUnknown* m_store = nullptr;
 };
-
-TEST_F(LabStorage, TextsAndTypesSurviveTheFile) {
-    const std::wstring texts[] = {
-        L"", L"  <a>\r\n\t&b\"'\\ \\n \\x41\n ", std::wstring(L"\0\x01\x1F\x7F\x85\u2028", 6),
-        L"caf\u00E9 \u4E2D \U0001F600 \xDC00 alone \xD83D \xFFFE\xFFFF\uFEFF"};
-    ASSERT_EQ(
-        Open(R"(<store><!-- not kept --><section name="S"><entry id="e"><value name="X" text="x"/>
-        <value name="x" type="i4" text="7"/><value name="a" type="address" text="10.1.0.255"/>
-        </entry></section></store>)"),
-        S_OK);
-    EXPECT_EQ(Put(L"e", L"X", L"8"), S_OK) << "the later of two, whatever its case";
-    for (const std::wstring& text : texts)
-        EXPECT_EQ(Put(L"t" + text, L"name " + text, text), S_OK);
-    EXPECT_NE(ReadAll(m_path).find("not kept"), std::string::npos) << "written at the end only";
-    ASSERT_EQ(Call(kUninitialize), S_OK);
-    ASSERT_EQ(Open(), S_OK);
-    for (const std::wstring& text : texts)
-        EXPECT_EQ(Get(L"t" + text, L"NAME " + text), text);
-    EXPECT_EQ(Get(L"e", L"x") + L" " + Get(L"e", L"a"), L"8 19:167837951");
-    EXPECT_EQ(Get(L"E", L"X") + Get(L"e", L"Y"), L"(none)(none)");
-    EXPECT_EQ(Call(kUninitialize), S_OK);
-    Release();
-}
-
-TEST_F(LabStorage, AFileThatIsNoStoreIsRefusedAsAWhole) {
-    for (const char* const file :
-         {"garbage", "<store></stores>", "<store/><store/>", "<store><section nam='T'/></store>",
-          "<store><section name='\\q'/></store>", "<store><section result='list'/></store>",
-          "<store><section><entry id='e'/><entry id='e'/></section></store>",
-          "<store><section><entry><value type='ui4' text='x'/></entry></section></store>"}) {
-        EXPECT_EQ(Open(file), HRESULT_FROM_WIN32(ERROR_INVALID_DATA)) << file;
-        EXPECT_EQ(Get(L"e", L"n"), L"(error)") << "no misuse: a caller may go on";
-    }
-    Release();
-    EXPECT_EQ(m_folder.Misuses(), "");
-}
 
 TEST_F(LabStorage, MisuseIsJournalled) {
     const Text section(L"S"), entry(L"e"), name(L"n");
@@ -150,30 +108,6 @@ store get_Value: after Uninitialize
 store left open, saved now -> 0x00000000
 store references left: 1
 )");
-}
-
-TEST_F(LabStorage, PlannedFaultsAnswerAndTheirCountOutlivesTheDll) {
-    WriteAll(m_folder / L"f",
-             "# comment\r\nCreateInstance #2 = 0\nUninitialize #1 = 5\n"
-             "any * = \nget_Value #0 = 1\nput_Value 1 = 1\nput_Value * = 4294967296\n"
-             "get_Value #2 = 6\nCreateInstance * = 0\nput_Value #3 = done 0x7\n");
-    ASSERT_EQ(Open("<store/>"), S_OK);
-    Put(L"e", L"n", L"kept");
-    EXPECT_EQ(Get(L"e", L"n"), L"kept");
-    EXPECT_EQ(Call(kUninitialize), HRESULT{5}) << "saved all the same";
-    Release();
-    m_dll.reset();
-    EXPECT_EQ(m_folder.Misuses().substr(0, 38), "faults line 4 not understood: any * = ");
-    ASSERT_EQ(Open(), S_OK) << "0 is no fault";
-    EXPECT_EQ(Get(L"e", L"n"), L"(error)") << "the second one since the script was written";
-    EXPECT_EQ(Put(L"e", L"n", L"new"), S_OK);
-    EXPECT_EQ(Put(L"e", L"n", L"done"), HRESULT{7});
-    EXPECT_EQ(Get(L"e", L"n"), L"done") << "only the answer was lost";
-    Call(kUninitialize);
-    Release();
-    WriteAll(m_folder / L"f", "CreateInstance #1 = 0x80004001\n");
-    m_dll.reset();
-    EXPECT_EQ(Open(), E_NOTIMPL) << "a new script counts anew";
 }
 
 }  // namespace
