@@ -96,20 +96,12 @@ class Masks:
 
 
 def registry_value(kind, data):
-    if kind == "sz":
-        return '"' + data.replace("\\", "\\\\").replace('"', '\\"') + '"'
-    if kind == "dword":
-        return f"dword:{int(data, 0):08x}"
-    if kind == "expand_sz":
-        number, raw = 2, (data + "\0").encode("utf-16-le")
-    elif kind == "multi_sz":
-        texts = data.split("|") if data else []
-        number, raw = 7, "".join(text + "\0" for text in texts + [""]).encode("utf-16-le")
-    elif kind.startswith("hex"):  # hex(7):31,00: the bytes as they are
+    """As a .reg file has it. The parts of a list are separated by bars; hex(n):31,00 are bytes."""
+    if kind.startswith("hex"):
         return f"{kind}:{data}"
-    else:
-        raise Failure(f"registry: unknown type {kind}")
-    return f"hex({number:x}):" + ",".join(f"{byte:02x}" for byte in raw)
+    data = {"sz": data, "expand_sz": data, "multi_sz": data.replace("|", "\0") + "\0"}[kind] + "\0"
+    raw = ",".join(f"{byte:02x}" for byte in data.encode("utf-16-le"))
+    return f"hex({({'sz': 1, 'expand_sz': 2, 'multi_sz': 7})[kind]}):{raw}"
 
 
 class Run:
@@ -144,8 +136,8 @@ class World:
         self.store = self.folders["data"] / "Zephon.XML"
         self.masks = Masks(self.folders)
         self.without, self.sample = set(), False
-        self.registry = {("Vantrel\\Data", "Path"): windows_path(self.folders["data"])}
-        self.registry = {key: registry_value("sz", text) for key, text in self.registry.items()}
+        data = registry_value("sz", windows_path(self.folders["data"]))
+        self.registry = {("Vantrel\\Data", "Path"): data}
         self.settings = {
             # The path is for batch files: their netsh is the lab's.
             "TZ": "Asia/Kathmandu", "WINEPATH": windows_path(self.folders["program"]),
@@ -167,8 +159,7 @@ class World:
             target = self.folders["program"] / program.name
             target.unlink(missing_ok=True)
             if program.suffix in (".exe", ".dll") and program.name not in missing:
-                shutil.copy(program, target) if program.stat().st_dev != self.base.stat().st_dev \
-                    else os.link(program, target)
+                os.link(program, target)
 
     def take_sample(self):
         """The sample gateway: its store, interfaces and adapters."""
@@ -186,10 +177,8 @@ class World:
         """`Key: Value = type:data, ...` below HKLM\\SOFTWARE."""
         key, _, values = line.partition(": ")
         for value in values.split(", "):
-            match = re.fullmatch(r"(\w+|@) = ([a-z_]+(?:\(\w+\))?):(.*)", value)
-            if not match:
-                raise Failure(f"registry: cannot read {value!r}")
-            self.registry[key, match[1]] = registry_value(match[2], self.substitute(match[3]))
+            name, kind, data = re.fullmatch(r"(\w+|@) = ([a-z_]+(?:\(\w+\))?):(.*)", value).groups()
+            self.registry[key, name] = registry_value(kind, self.substitute(data))
 
     def registry_script(self):
         """Our keys emptied, then these settings. The hex forms need a text in UTF-16."""
@@ -264,8 +253,7 @@ class Scenario:
     def __init__(self, folder, options):
         self.folder = folder
         self.world = World(str(folder.relative_to(HERE)), options)
-        self.calls, self.trace, self.events = False, True, False
-        self.hidden, self.lines = None, 1000
+        self.calls, self.trace, self.events, self.hidden, self.lines = False, True, False, None, 1000
         self.known = set()  # files of the work folder that are input, or were shown
         for source in folder.iterdir():
             if source.is_file() and source.name != "transcript":
@@ -297,11 +285,9 @@ class Scenario:
         elif name == "env":
             key, _, value = text.partition("=")
             world.settings[key] = world.substitute(value)
-        elif name == "faults":
-            (world.base / "faults").write_text(text.replace(", ", "\n"), encoding="utf-8")
-        elif name == "adapters":
+        elif name in ("faults", "adapters"):
             text = world.substitute(text).replace(", ", "\n")
-            (world.base / "adapters").write_text(text, encoding="utf-8")
+            (world.base / name).write_text(text, encoding="utf-8")
         elif name == "without":
             world.without = set(text.split())
             world.link_programs()
@@ -313,10 +299,8 @@ class Scenario:
                 entry + b"\0", other + b"\0"))
         elif name == "registry":
             world.add_registry(text)
-        elif name == "store":
-            self.copy(self.folder / text, world.store)
-        elif name == "state":
-            self.copy(self.folder / text, world.state)
+        elif name in ("store", "state"):
+            self.copy(self.folder / text, getattr(world, name))
         elif name == "sample":
             world.take_sample()
         elif name == "same":  # FILE as that of the sample gateway
