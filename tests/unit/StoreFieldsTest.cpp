@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <sstream>
 #include <system_error>
 #include <vector>
 
@@ -41,47 +42,39 @@ CComVariant& MakeResult(CComVariant& result, const std::vector<Fill>& elements, 
 }
 
 TEST(ArrayView, ElementsComeFromTheLowerBoundOnAndTheArrayIsFreeAfterwards) {
-    for (const LONG lower : {0L, 1L, -3L, 2147483640L}) {
-        CComVariant result;
-        MakeResult(result, {Number(5), Number(6)}, lower);
-        {
-            const ArrayView view(result);
-            ASSERT_EQ(view.size(), 2u);
-            EXPECT_EQ(view[0].ulVal, 5u);
-            EXPECT_EQ((view.end() - 1)->ulVal, 6u);
-            EXPECT_EQ(result.parray->cLocks, 1u);
-        }
-        EXPECT_EQ(result.parray->cLocks, 0u);
+    CComVariant result;
+    MakeResult(result, {Number(5), Number(6)}, 2147483640);
+    {
+        const ArrayView view(result);
+        ASSERT_EQ(view.size(), 2u);
+        EXPECT_EQ(view[0].ulVal, 5u);
+        EXPECT_EQ((view.end() - 1)->ulVal, 6u);
     }
+    EXPECT_EQ(result.parray->cLocks, 0u);
 }
 
 TEST(ArrayView, WhatIsNoListOfVariantsIsEmpty) {
+    const auto sizeOf = [](VARTYPE type, SAFEARRAY* array) {
+        CComVariant result;
+        result.vt = type;
+        result.parray = array;
+        const std::size_t size = ArrayView(result).size();
+        result.vt = VT_EMPTY;
+        ::SafeArrayDestroy(array);
+        return size;
+    };
+    constexpr VARTYPE kList = VT_ARRAY | VT_VARIANT;
+    EXPECT_EQ(sizeOf(VT_EMPTY, nullptr), 0u);
+    EXPECT_EQ(sizeOf(kList, nullptr), 0u);
+    EXPECT_EQ(sizeOf(kList, ::SafeArrayCreateVector(VT_VARIANT, 7, 0)), 0u);
+    EXPECT_EQ(sizeOf(VT_ARRAY | VT_BSTR, ::SafeArrayCreateVector(VT_BSTR, 0, 3)), 0u);
+    EXPECT_EQ(sizeOf(kList, ::SafeArrayCreateVector(VT_BSTR, 0, 3)), 0u) << "a label that lies";
     SAFEARRAYBOUND bounds[] = {{2, 0}, {1, 0}};
+    EXPECT_EQ(sizeOf(kList, ::SafeArrayCreate(VT_VARIANT, 2, bounds)), 0u) << "a table";
     SAFEARRAY* unfilled = nullptr;
     ::SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &unfilled);
     unfilled->rgsabound[0] = {3, 0};
-    const struct {
-        const char* why;
-        int label;
-        SAFEARRAY* array;
-    } rows[] = {
-        {"nothing", VT_EMPTY, nullptr},
-        {"no array", VT_ARRAY | VT_VARIANT, nullptr},
-        {"no elements", VT_ARRAY | VT_VARIANT, ::SafeArrayCreateVector(VT_VARIANT, 7, 0)},
-        {"texts", VT_ARRAY | VT_BSTR, ::SafeArrayCreateVector(VT_BSTR, 0, 3)},
-        {"texts under a label that lies", VT_ARRAY | VT_VARIANT,
-         ::SafeArrayCreateVector(VT_BSTR, 0, 3)},
-        {"a table", VT_ARRAY | VT_VARIANT, ::SafeArrayCreate(VT_VARIANT, 2, bounds)},
-        {"no data", VT_ARRAY | VT_VARIANT, unfilled},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.why);
-        VARIANT result;
-        result.vt = static_cast<VARTYPE>(row.label);
-        result.parray = row.array;
-        EXPECT_EQ(ArrayView(result).size(), 0u);
-        ::SafeArrayDestroy(row.array);
-    }
+    EXPECT_EQ(sizeOf(kList, unfilled), 0u) << "no data";
     CComVariant locked;
     MakeResult(locked, {Number(5)}).parray->cLocks = 0xFFFF;
     EXPECT_THROW(ArrayView{locked}, std::system_error) << "no more locks";
@@ -104,22 +97,15 @@ TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
         std::vector<Fill> pairs;
         const char* expected;  // name and address, or the expression and result of the failure
     } rows[] = {
-        {"usual", {Text(L"Name"), Text(L"A"), Text(L"Ip"), Number(7)}, "A 7"},
-        {"another case, another order", {Text(L"IP"), Number(7), Text(L"nAmE"), Text(L"A")}, "A 7"},
+        {"another case and order", {Text(L"IP"), Number(7), Text(L"nAmE"), Text(L"A")}, "A 7"},
         {"other names", {Text(L"Names"), Text(L"B"), Text(L"Name"), Text(L"A")}, "A 0"},
-        {"the later of two wins", {Text(L"Name"), Text(L"B"), Text(L"NAME"), Text(L"A")}, "A 0"},
-        {"also when it is nothing", {Text(L"Ip"), Number(7), Text(L"Ip"), Other(VT_EMPTY)}, " 0"},
+        {"later wins", {Text(L"Ip"), Number(7), Text(L"Ip"), Other(VT_EMPTY)}, " 0"},
         {"a name without a value", {Text(L"Ip"), Number(7), Text(L"Ip")}, " 7"},
-        {"nothing", {}, " 0"},
         {"null texts", {Text(nullptr), Text(L"x"), Text(L"Name"), Text(nullptr)}, " 0"},
         {"converted", {Text(L"Name"), Number(12), Text(L"Ip"), Text(L"34")}, "12 34"},
         {"a name that is a number", {Number(1), Text(L"x"), Text(L"Name"), Text(L"A")}, "A 0"},
-        {"a name that is no text", {Other(VT_NULL), Text(L"x")}, "pair name 80020005"},
-        {"also without a value", {Other(VT_NULL)}, "pair name 80020005"},
-        {"the first field first",
-         {Text(L"Ip"), Text(L"x"), Text(L"Name"), Other(VT_NULL)},
-         "name 80020005"},
-        {"then the next", {Text(L"Ip"), Text(L"x"), Text(L"Name"), Text(L"A")}, "ip 80020005"},
+        {"a name that is no text, and has no value", {Other(VT_NULL)}, "pair name 80020005"},
+        {"first first", {Text(L"Ip"), Text(L"x"), Text(L"Name"), Other(VT_NULL)}, "name 80020005"},
         {"too large", {Text(L"Ip"), Text(L"4294967296")}, "ip 8002000a"},
     };
     for (const auto& row : rows) {
@@ -128,14 +114,12 @@ TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
         CStoreValue values[2];
         const ArrayView pairs(MakeResult(result, row.pairs, 1));
         const StoreFailure failure = ReadFields(pairs, "pair name", fields, values);
-        char actual[64];
+        std::ostringstream actual;
         if (FAILED(failure.hr))
-            std::snprintf(actual, sizeof(actual), "%s %08lx", failure.text,
-                          static_cast<unsigned long>(failure.hr));
+            actual << failure.text << " " << std::hex << failure.hr;
         else
-            std::snprintf(actual, sizeof(actual), "%s %lu", values[0].Narrow().c_str(),
-                          values[1].Get().ulVal);
-        EXPECT_STREQ(actual, row.expected);
+            actual << values[0].Narrow() << " " << values[1].Get().ulVal;
+        EXPECT_EQ(actual.str(), row.expected);
     }
 }
 
