@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <map>
-
 #include "LabLibrary.h"
 #include "TemporaryFolderIs.h"
 #include "diagtools/DiagTraceInfoRegister.h"
@@ -14,32 +11,6 @@ using namespace DiagTools;
 
 const std::uint32_t filterAtStart = traceFilter;
 constexpr char kTraceFile[] = ".\\sub\\TraceTest";
-
-std::string Tag() {
-    return FunctionTag(DT_SIGNATURE).text;
-}
-
-struct Tagged {
-    ~Tagged() { *last = FunctionTag(DT_SIGNATURE).text; }
-    static std::map<std::string, std::vector<std::string>> Map(const std::function<void(int)>&) {
-        return {{FunctionTag(DT_SIGNATURE).text, {}}};
-    }
-    std::string Lambda() {
-        return [](int) { return std::string(FunctionTag(DT_SIGNATURE).text); }(0);
-    }
-    std::string* last;
-};
-
-TEST(FunctionTag, IsTheQualifiedNameWhateverSurroundsIt) {
-    EXPECT_EQ(Tag(), "Tag");
-    EXPECT_EQ(Tagged::Map({}).begin()->first, "Tagged::Map");
-    std::string destroyed;
-    EXPECT_EQ(Tagged{&destroyed}.Lambda(), "Tagged::Lambda");
-    EXPECT_EQ(destroyed, "Tagged::~Tagged");
-    const std::string longName(200, 'n');
-    EXPECT_EQ(FunctionTag(("void C::" + longName + "(int)").c_str()).text,
-              "C::" + longName.substr(0, 124));
-}
 
 /// One registration a process, as in the program: the tests of this file share it.
 class Trace : public testing::Test {

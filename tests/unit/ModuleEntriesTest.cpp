@@ -29,14 +29,9 @@ TEST(ComModule, ExportsTheSelfRegistrationEntriesAndHasNoClasses) {
     EXPECT_EQ(getClass(GUID_NULL, GUID_NULL, nullptr), E_POINTER);
 }
 
-TEST(EventLogWriter, NamesItsSourceAfterTheModuleUnlessToldOtherwise) {
-    using DiagTools::CEventLogWriter;
-    CEventLogWriter::Initialize(nullptr, nullptr);
-    EXPECT_EQ(CEventLogWriter::SourceName(), "unit_tests");
-    CEventLogWriter::Initialize(::GetModuleHandleA("kernel32"), nullptr);
-    EXPECT_STRCASEEQ(CEventLogWriter::SourceName().c_str(), "kernel32");
-    CEventLogWriter::Initialize(nullptr, "Named");
-    EXPECT_EQ(CEventLogWriter::SourceName(), "Named");
+TEST(EventLogWriter, NamesItsSourceAfterTheModule) {
+    DiagTools::CEventLogWriter::Initialize(::GetModuleHandleA("kernel32"), nullptr);
+    EXPECT_STRCASEEQ(DiagTools::CEventLogWriter::SourceName().c_str(), "kernel32");
 }
 
 TEST(AnsiText, IsCutBetweenCharactersOnly) {
