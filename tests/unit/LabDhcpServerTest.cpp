@@ -1,9 +1,8 @@
-// dhcpsapi.dll as its callers see it: memory, faults, misuse, and the state on disk.
+// dhcpsapi.dll as its callers see it.
 #include <gtest/gtest.h>
 
 #include "LabLibrary.h"
 #include "lab/dhcpserver/Api.h"
-#include "lab/journal/Text.h"
 
 namespace lab_test {
 namespace {
@@ -12,31 +11,6 @@ namespace api = lab::api;
 
 constexpr DWORD kScope = 0x0A010000;
 const wchar_t* const kServer = L"10.0.0.2";
-
-TEST(LabDhcpServer, EveryBlockIsFreedByItself) {
-    const Folder folder;
-    WriteAll(folder / L"s",
-             R"({"scopes": {"10.1.0.0": {"mask": "255.255.0.0", "netBiosName": "HOST"}},
-        "clients": {"10.1.0.5": {"mac": "0a-0b", "name": "PC"}}})");
-    Library dll(L"dhcpsapi.dll", folder);
-    api::SubnetInfo* info = nullptr;
-    ASSERT_EQ(dll.Call("DhcpGetSubnetInfo", kServer, kScope, &info), 0u);
-    api::ClientArray* array = nullptr;
-    DWORD resume = 0, read = 0, total = 0;
-    dll.Call("DhcpEnumSubnetClientsV4", kServer, kScope, &resume, ~0u, &array, &read, &total);
-    api::Client* const client = array->clients[0];
-    BYTE* const hardware = client->hardware.data;
-    const auto free = [&dll](void* block) { dll.Call("DhcpRpcFreeMemory", block); };
-    for (void* const block : std::initializer_list<void*>{info->primaryHost.netBiosName,
-                                                          array->clients, array, client, info})
-        free(block);
-    EXPECT_EQ(hardware[1], 0x0B) << "lives on, as all that a block points to";
-    for (void* const block : std::initializer_list<void*>{hardware, nullptr, info, &info})
-        free(block);
-    dll.Unload();
-    const std::string unknown = "DhcpRpcFreeMemory: no block of this server, or freed before\n";
-    EXPECT_EQ(folder.Misuses(), unknown + unknown + "blocks not freed: 1\n");
-}
 
 TEST(LabDhcpServer, WhatTheProgramNeverSendsIsRefusedAsMisuse) {
     const Folder folder;

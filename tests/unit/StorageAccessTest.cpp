@@ -38,21 +38,25 @@ public:
         calls += "close ";
         return S_OK;
     }
-#define NOT_CALLED(name, parameters)                     \
-    HRESULT STDMETHODCALLTYPE name parameters override { \
-        return E_NOTIMPL;                                \
-    }
     using Kind = E_ZAKSTORAGE_VISIBILITY;
-    NOT_CALLED(get_Value, (Kind, long, BSTR, BSTR, BSTR, VARIANT*))
-    NOT_CALLED(put_Value, (Kind, long, BSTR, BSTR, BSTR, VARIANT))
-    NOT_CALLED(Enumerate, (Kind, long, BSTR, BSTR, VARIANT*))
-    NOT_CALLED(EnumerateWithValue, (Kind, long, BSTR, BSTR, BSTR, VARIANT*))
-    NOT_CALLED(Unused4, ())
-    NOT_CALLED(Unused7, ())
-    NOT_CALLED(Unused8, ())
-    NOT_CALLED(Unused9, ())
-    NOT_CALLED(Unused10, ())
-    NOT_CALLED(Unused11, ())
+    HRESULT STDMETHODCALLTYPE get_Value(Kind, long, BSTR, BSTR, BSTR, VARIANT*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE put_Value(Kind, long, BSTR, BSTR, BSTR, VARIANT) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE Enumerate(Kind, long, BSTR, BSTR, VARIANT*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE EnumerateWithValue(Kind, long, BSTR, BSTR, BSTR, VARIANT*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE Unused4() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Unused7() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Unused8() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Unused9() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Unused10() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Unused11() override { return E_NOTIMPL; }
 };
 
 struct Store : CStorageAccess {
