@@ -89,7 +89,8 @@ def outline(text):
 
 def interrupt():
     """Ends cmd in the middle, as closing its window does."""
-    words, options = wine("cmd", "/c", "rehearse.cmd", stdout=subprocess.DEVNULL)
+    words, options = wine("cmd", "/c", "rehearse.cmd", stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL)
     with subprocess.Popen(words, **options) as process:
         deadline = time.monotonic() + 60
         while not (FOLDER / "dhcpmigrate-rehearsal" / "plan.log").exists():
