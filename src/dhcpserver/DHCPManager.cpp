@@ -36,6 +36,7 @@ DWORD ToNumber(const std::string& address) {
     return CIPAddressString(address).Number();
 }
 
+/// What ntohl does, whose library would be loaded at every start for one trace line.
 DWORD SwapBytes(DWORD number) {
     return number >> 24 | (number >> 8 & 0xFF00) | (number << 8 & 0xFF0000) | number << 24;
 }
