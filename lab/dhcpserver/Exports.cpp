@@ -244,7 +244,7 @@ DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR* server, DWORD subnetAddress, D
         const DWORD code = rules.EnumClients(subnetAddress, *resume, preferredMaximum, page);
         RpcMemory& memory = Server().Memory();
         *clients = page.hasArray ? memory.Allocate<api::ClientArray>() : nullptr;
-        if (!page.clients.empty()) {
+        if (*clients && !page.clients.empty()) {
             (*clients)->clients =
                 static_cast<api::Client**>(memory.Allocate(page.clients.size() * sizeof(void*)));
             for (const auto& found : page.clients)

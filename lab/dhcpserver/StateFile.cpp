@@ -38,20 +38,20 @@ StateFile::StateFile(std::wstring path) : m_path(std::move(path)) {
 }
 
 DWORD StateFile::Run(const std::function<DWORD(ServerState&)>& call) {
-    if (!m_state) {
-        Handle file = OpenAlone(m_path);
-        auto state = std::make_unique<ServerState>();
-        const std::string text = FileText(m_path);
-        try {
-            if (!text.empty())
-                ReadSnapshot(text, *state);
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error(ToUtf8(m_path) + ": " + error.what());
-        }
-        state->isChanged = text.empty();  // there shall be a state then
-        m_state = std::move(state);
-        m_file = std::move(file);
+    if (m_state)
+        return call(*m_state);
+    Handle file = OpenAlone(m_path);
+    auto state = std::make_unique<ServerState>();
+    const std::string text = FileText(m_path);
+    try {
+        if (!text.empty())
+            ReadSnapshot(text, *state);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(ToUtf8(m_path) + ": " + error.what());
     }
+    state->isChanged = text.empty();  // there shall be a state then
+    m_state = std::move(state);
+    m_file = std::move(file);
     return call(*m_state);
 }
 

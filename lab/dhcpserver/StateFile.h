@@ -1,5 +1,4 @@
 // The server's state on disk, a JSON text. One process works on it at a time, the next one waits.
-//
 // The file is written when the process leaves; a killed one leaves what it found.
 #pragma once
 

@@ -28,9 +28,11 @@ std::string FileText(const std::wstring& path) {
 }
 
 Handle OpenFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
-    const HANDLE file = ::CreateFileW(path.c_str(), access, sharing, nullptr, disposition,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr);
-    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+    Handle file(::CreateFileW(path.c_str(), access, sharing, nullptr, disposition,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (file.get() == INVALID_HANDLE_VALUE)
+        file.release();
+    return file;
 }
 
 bool WriteText(const Handle& file, std::string_view text) {

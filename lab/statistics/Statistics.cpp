@@ -1,5 +1,4 @@
 // Prints the statistics of traced modules: lab_statistics [PROGRAM [ARGUMENT...]]
-//
 // The statistics live in memory that exists while somebody has it open. Given a program, this runs
 // it and prints its statistics when it has ended; given none, it prints what is there now.
 #include <windows.h>

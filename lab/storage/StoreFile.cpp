@@ -27,34 +27,29 @@ std::wstring FoldedCase(std::wstring name) {
 }
 
 [[noreturn]] void Fail(const Node& node, const std::string& what) {
-    std::string place;
-    for (const Node* at = &node; at->parent(); at = at->parent()) {
-        const auto* const name = at->first_attribute();
-        place.insert(0, "/" + std::string(at->name(), at->name_size()) +
-                            (name ? " " + std::string(name->value(), name->value_size()) : ""));
-    }
-    throw std::runtime_error(place + ": " + what);
+    const auto* const name = node.first_attribute();
+    throw std::runtime_error(node.name() + std::string(" ") + (name ? name->value() : "") + ": " +
+                             what);
 }
 
-/// The attributes of one element, each taken once; what is left at the end is unknown.
+/// The attributes of one element, each taken once; one that nobody takes is not known.
 class Attributes {
 public:
-    explicit Attributes(const Node& node) : m_node(node) {
-        for (auto* at = node.first_attribute(); at; at = at->next_attribute()) {
-            const std::string name(at->name(), at->name_size());
-            const auto value = Unescape(FromUtf8({at->value(), at->value_size()}));
-            if (!value || !m_values.emplace(name, *value).second)
-                Fail(node, "attribute " + name + " is broken or there twice");
-        }
-    }
+    explicit Attributes(const Node& node) : m_node(node) {}
     std::wstring Take(const char* name) {
-        auto found = m_values.extract(name);
-        return found ? std::move(found.mapped()) : std::wstring();
+        const auto* const found = m_node.first_attribute(name);
+        if (!found)
+            return {};
+        ++m_taken;
+        auto value = Unescape(FromUtf8(found->value()));
+        if (!value)
+            Fail(m_node, std::string("broken escape in ") + name);
+        return *std::move(value);
     }
     TypedText TakeTyped(const char* name, const char* typeName) {
         TypedText text{Take(name), Take(typeName)};
         OwnedVariant probe;
-        if (FAILED(text.MakeVariant(probe)))
+        if (!text.typeWord.empty() && FAILED(text.MakeVariant(probe)))
             Fail(m_node, std::string(name) + " does not fit its type");
         return text;
     }
@@ -67,22 +62,22 @@ public:
         form.lower = static_cast<LONG>(*number);
         return form;
     }
-    void ExpectNone() const {
-        if (!m_values.empty())
-            Fail(m_node, "attribute " + m_values.begin()->first + " is not known");
+    void ExpectNone() {
+        for (const auto* at = m_node.first_attribute(); at; at = at->next_attribute())
+            if (m_taken-- == 0)
+                Fail(m_node, "an attribute is not known, or there twice");
     }
 
 private:
     const Node& m_node;
-    std::unordered_map<std::string, std::wstring> m_values;
+    int m_taken = 0;
 };
 
 /// Calls `read` for each element in the node, which must have that name; nothing else may be there.
 template <class Read>
 void ForEach(const Node& parent, const char* name, const Read& read) {
     for (const Node* node = parent.first_node(); node; node = node->next_sibling()) {
-        if (node->type() != xml::node_element ||
-            name != std::string(node->name(), node->name_size()))
+        if (node->type() != xml::node_element || name != std::string(node->name()))
             Fail(*node, std::string("not expected here, only ") + name);
         Attributes attributes(*node);
         read(*node, attributes);
@@ -119,7 +114,8 @@ HRESULT StoreFile::Open(const std::wstring& path) {
     if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
         return LastError();
     try {
-        Read(FileText(path));
+        std::string text = FileText(path);
+        Read(text);
         return S_OK;
     } catch (const std::exception& error) {
         m_failure = error.what();
@@ -127,7 +123,7 @@ HRESULT StoreFile::Open(const std::wstring& path) {
     }
 }
 
-void StoreFile::Read(std::string text) {
+void StoreFile::Read(std::string& text) {
     const int length = static_cast<int>(text.size());
     if (!::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, nullptr, 0))
         throw std::runtime_error("empty, or not UTF-8");

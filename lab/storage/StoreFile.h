@@ -78,7 +78,7 @@ private:
         OrderedIndex<Entry> entries;
     };
 
-    void Read(std::string xml);
+    void Read(std::string& text);  // which it takes to pieces
     const Entry* FindEntry(const std::wstring& section, const std::wstring& entry) const;
     std::string Text() const;
 
