@@ -31,7 +31,7 @@ Handle OpenFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD dis
     Handle file(::CreateFileW(path.c_str(), access, sharing, nullptr, disposition,
                               FILE_ATTRIBUTE_NORMAL, nullptr));
     if (file.get() == INVALID_HANDLE_VALUE)
-        file.release();
+        static_cast<void>(file.release());  // which is none
     return file;
 }
 
