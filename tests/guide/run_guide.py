@@ -127,7 +127,7 @@ def main():
     parser.add_argument("--show", action="store_true")
     parser.add_argument("pages", nargs="*", type=Path, default=PAGES)
     options = parser.parse_args()
-    with build_lock(options):
+    with build_lock(options, "wine-guide"):
         return 0 if all([run_page(page, options) for page in options.pages]) else 1
 
 

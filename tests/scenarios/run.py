@@ -206,7 +206,7 @@ class World:
                if not name.startswith(("DHCPLAB_", "WINE", "DISPLAY"))}
         # A prefix where something ran without a display opens no windows for a while.
         shown = "display" not in self.without
-        prefix = self.options.build / ("wine-scenarios" if shown else "wine-no-display")
+        prefix = self.options.build / (self.options.prefix if shown else "wine-no-display")
         return {**env, "WINEPREFIX": str(prefix), **self.settings,
                 **({} if shown else {"DISPLAY": ":9999"})}
 
@@ -415,12 +415,13 @@ def add_build_options(parser):
                         help="build folder; the runs are kept in its folder scenarios")
 
 
-def build_lock(options):
-    """The registry is shared by all scenarios of a build. Held until the file is closed."""
+def build_lock(options, prefix="wine-scenarios"):
+    """The registry of a prefix is shared by all that run there. Held until the file is closed."""
+    options.prefix = prefix
     options.lab = options.build / "lab"
     options.gui_driver = options.build / "tests" / "gui" / "gui_driver.exe"
     (options.build / "scenarios").mkdir(parents=True, exist_ok=True)
-    lock = open(options.build / "scenarios" / ".lock", "w", encoding="ascii")
+    lock = open(options.build / "scenarios" / f".{prefix}", "w", encoding="ascii")
     fcntl.flock(lock, fcntl.LOCK_EX)
     return lock
 
