@@ -12,7 +12,6 @@ constexpr wchar_t kServerName[] = L"DHCPLAB";  // NetBIOS name, owner of the rec
 constexpr ULONGLONG kTicksPerSecond = 10'000'000;
 constexpr DWORD kLeaseTimeOption = 51;
 constexpr ULONGLONG kDefaultLeaseSeconds = 691200;
-constexpr std::size_t kMaxIdentifierBytes = 255;
 constexpr DWORD kMinPageBytes = 1024;
 constexpr DWORD kMaxPageBytes = 65536;
 constexpr DWORD kMoreThanThisPage = 0x7FFFFFFF;

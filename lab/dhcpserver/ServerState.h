@@ -17,6 +17,7 @@ namespace lab {
 
 using Text = std::optional<std::wstring>;
 using Identifier = std::string;
+constexpr std::size_t kMaxIdentifierBytes = 255;
 
 /// Both ends included.
 struct AddressRange {

@@ -13,7 +13,6 @@ namespace {
 namespace json = boost::json;
 
 constexpr std::size_t kLineColumns = 240;  // room for a client
-constexpr std::size_t kMaxIdentifierBytes = 255;
 
 void Require(bool isFine, const std::string& otherwise) {
     if (!isFine)
@@ -231,19 +230,19 @@ constexpr std::tuple kClientMembers{As<HardwareForm>("mac", &Client::hardware),
                                     As<AddressForm>("ownerAddress", &Client::ownerAddress)};
 using ClientForm = RecordForm<Client, kClientMembers>;
 
-struct Server {
+struct KnownServer {
     std::vector<std::wstring> addresses;
 };
 constexpr std::tuple kServerMembers{
-    As<ListForm<TextForm, std::wstring>>("addresses", &Server::addresses)};
+    As<ListForm<TextForm, std::wstring>>("addresses", &KnownServer::addresses)};
 
 struct Snapshot {
-    std::optional<Server> server;
+    std::optional<KnownServer> server;
     std::map<DWORD, Scope> scopes;
     std::map<DWORD, Client> clients;
 };
 constexpr std::tuple kSnapshotMembers{
-    As<RareForm<RecordForm<Server, kServerMembers>, Server>>("server", &Snapshot::server),
+    As<RareForm<RecordForm<KnownServer, kServerMembers>, KnownServer>>("server", &Snapshot::server),
     As<TableForm<AddressForm, ScopeForm, Scope>>("scopes", &Snapshot::scopes),
     As<TableForm<AddressForm, ClientForm, Client>>("clients", &Snapshot::clients)};
 using SnapshotForm = RecordForm<Snapshot, kSnapshotMembers>;
@@ -286,7 +285,7 @@ void CheckScope(DWORD id, const Scope& scope, const ServerState& state) {
 std::string SnapshotText(const ServerState& state) {
     Snapshot all{std::nullopt, state.Scopes(), state.Clients()};
     if (!state.addresses.empty())
-        all.server = Server{state.addresses};
+        all.server = KnownServer{state.addresses};
     std::string out;
     Print(out, SnapshotForm::Write(all), 0);
     return out + "\n";
@@ -298,7 +297,7 @@ void ReadSnapshot(std::string_view text, ServerState& state) {
     const json::value value = json::parse(text, error, &memory);
     Require(!error, "no JSON: " + error.message());
     Snapshot read = SnapshotForm::Read(value);
-    state.addresses = read.server.value_or(Server()).addresses;
+    state.addresses = read.server.value_or(KnownServer()).addresses;
     for (auto& [id, scope] : read.scopes) {
         In(
             "scopes: " + Dotted(id),

@@ -14,10 +14,11 @@ std::string FirstLabel(const std::string& hostName) {
 std::string CaselessName(const std::string& name) {
     std::string upper = boost::algorithm::to_upper_copy(name);
     const char* const text = name.c_str();
-    for (const char *at = text, *next = at; *at; at = next) {
-        next = DiagTools::NextCharacter(at, CP_THREAD_ACP);
+    for (const char* at = text; *at;) {
+        const char* const next = DiagTools::NextCharacter(at, CP_THREAD_ACP);
         if (next - at > 1)
             upper.replace(static_cast<std::size_t>(at - text), 2, at, 2);
+        at = next;
     }
     return upper;
 }
