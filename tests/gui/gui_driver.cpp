@@ -7,7 +7,6 @@
 ///   text ID             prints the text of the edit control
 ///   set ID "text"       puts a text into the edit control
 ///   click ID            presses the button
-///   escape              presses the Escape key in the window's first edit control
 ///   close               asks the window to close
 ///   gone                until the window is no longer there
 ///
@@ -122,10 +121,6 @@ bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
         arguments >> width >> height;
         PrintLayout(window, width, height);
         return true;
-    }
-    if (step == "escape") {
-        HWND edit = ::FindWindowExA(window, nullptr, "Edit", nullptr);
-        return edit && ::PostMessageA(edit, WM_KEYDOWN, VK_ESCAPE, 0);
     }
     HWND control = FindControl(window, arguments, step == "click" ? "Button" : "Edit");
     if (step == "click")

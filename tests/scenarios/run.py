@@ -335,7 +335,7 @@ class Scenario:
         seen = self.world.base / "seen"
         text = ""
         if driver:
-            text = self.indented(seen.read_bytes())
+            text = re.sub(r"^(?=.)", "  ", readable(seen.read_bytes()), flags=re.M)
         text += self.indented(done.console)
         log = done.log
         if program and "dtclient" not in self.world.without and log[:1] == [
