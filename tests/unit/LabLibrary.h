@@ -9,6 +9,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace lab_test {
@@ -29,7 +30,10 @@ public:
         std::filesystem::remove_all(m_path);  // process ids come back
         std::filesystem::create_directory(m_path);
     }
-    ~Folder() { std::filesystem::remove_all(m_path); }
+    ~Folder() {
+        std::error_code stillInUse;  // by a DLL that stays loaded to the end
+        std::filesystem::remove_all(m_path, stillInUse);
+    }
     std::wstring operator/(const wchar_t* name) const { return m_path + name; }
 
     /// The misuses that the journal tells of, a line each.
