@@ -71,14 +71,14 @@ struct KeyValue {
 /// What registration writes; `path` is this DLL's.
 std::vector<KeyValue> Registration(const std::wstring& path) {
     const std::wstring classKey = std::wstring(L"CLSID\\") + kClassIdText;
-    const std::wstring typeLibKey = std::wstring(L"TypeLib\\") + kTypeLibIdText + L"\\1.0";
+    const std::wstring typeLibKey = std::wstring(L"TypeLib\\") + kTypeLibIdText + L"\\1.a";
     const std::wstring progIdKey = kStorageProgId;
     return {{progIdKey, nullptr, kTitle},
             {progIdKey + L"\\CLSID", nullptr, kClassIdText},
             {classKey, nullptr, kTitle},
             {classKey + L"\\ProgID", nullptr, kStorageProgId},
             {classKey + L"\\TypeLib", nullptr, kTypeLibIdText},
-            {classKey + L"\\Version", nullptr, L"1.0"},
+            {classKey + L"\\Version", nullptr, L"1.10"},
             {classKey + L"\\InprocServer32", nullptr, path},
             {classKey + L"\\InprocServer32", L"ThreadingModel", L"Both"},
             {typeLibKey, nullptr, kTitle},

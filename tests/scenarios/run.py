@@ -241,6 +241,7 @@ class World:
             done = Run(out.read(), err.read().decode("utf-8", "replace"),
                        self.log.read_bytes()[before:].decode("utf-8", "backslashreplace"))
         misuse = [line for line in done.log if line.startswith("MISUSE")]
+        misuse += [f"left behind: {path}" for path in self.folders["temp"].glob("*-*-*-*")]
         if code != 0 or done.errors or misuse:
             raise Failure("\n".join([f"{shlex.join(words)}: exit code {code}", done.errors] +
                                     misuse))

@@ -59,7 +59,7 @@ TEST(DataFolder, IsTheRegistrysTextOrTheRecordedTemporaryFolder) {
         DWORD type;
         std::string bytes, expected;  // empty: the temporary folder, recorded
     } rows[] = {
-        {"one separator is removed", REG_SZ, base + "\\\\" + nul, base + "\\"},
+        {"one separator is removed", REG_SZ, base + "\\/" + nul, base + "\\"},
         {"unterminated", REG_SZ, base, ""},
         {"not expanded", REG_EXPAND_SZ, base + "\\%TMP%" + nul, base + "\\%TMP%"},
         {"first of a list", REG_MULTI_SZ, base + nul + "c" + nul + nul, base},

@@ -72,7 +72,7 @@ TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
     EXPECT_FALSE(info.TraceText(1, "text"));
     EXPECT_FALSE(info.TraceBuffer(1, "b", 1));
     info.Enable(true);
-    traceFilter = 4;
+    traceFilter = 0x44;
     EXPECT_FALSE(info(8 | 1, "text"));
     EXPECT_TRUE(info(8 | 4, "text"));
     EXPECT_EQ(NewLines(), "filter\n12|Tag|F|7|text\n");

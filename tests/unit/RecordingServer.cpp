@@ -52,11 +52,11 @@ TEST_EXPORT DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR*, DWORD, DWORD* res
                                                  DWORD* total) {
     const Page& page = server.pages[std::min(server.rounds, server.pages.size() - 1)];
     ++server.rounds;
-    *read = *total = static_cast<DWORD>(page.clients);
+    *read = *total = 0;  // what counts is the array
     *resume = page.resume;
     auto* const array = static_cast<DHCP_CLIENT_INFO_ARRAY_V4*>(std::calloc(1, sizeof(**clients)));
     array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(std::calloc(16, sizeof(void*)));
-    for (; array->NumElements < *read; ++array->NumElements)
+    for (; array->NumElements < static_cast<DWORD>(page.clients); ++array->NumElements)
         array->Clients[array->NumElements] =
             static_cast<DHCP_CLIENT_INFO_V4*>(std::calloc(1, sizeof(DHCP_CLIENT_INFO_V4)));
     *clients = array;

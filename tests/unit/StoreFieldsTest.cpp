@@ -98,11 +98,12 @@ TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
         const char* expected;  // name and address, or the expression and result of the failure
     } rows[] = {
         {"another case and order", {Text(L"IP"), Number(7), Text(L"nAmE"), Text(L"A")}, "A 7"},
-        {"other names", {Text(L"Names"), Text(L"B"), Text(L"Name"), Text(L"A")}, "A 0"},
+        {"longer", {Text(L"Name"), Text(L"A"), Text(L"Names"), Text(L"B")}, "A 0"},
+        {"shorter", {Text(L"Name"), Text(L"A"), Text(L"Nam"), Text(L"B")}, "A 0"},
         {"later wins", {Text(L"Ip"), Number(7), Text(L"Ip"), Other(VT_EMPTY)}, " 0"},
         {"a name without a value", {Text(L"Ip"), Number(7), Text(L"Ip")}, " 7"},
         {"null texts", {Text(nullptr), Text(L"x"), Text(L"Name"), Text(nullptr)}, " 0"},
-        {"converted", {Text(L"Name"), Number(12), Text(L"Ip"), Text(L"34")}, "12 34"},
+        {"converted", {Text(L"Name"), Other(VT_BOOL), Text(L"Ip"), Text(L"34")}, "0 34"},
         {"a name that is a number", {Number(1), Text(L"x"), Text(L"Name"), Text(L"A")}, "A 0"},
         {"a name that is no text, and has no value", {Other(VT_NULL)}, "pair name 80020005"},
         {"first first", {Text(L"Ip"), Text(L"x"), Text(L"Name"), Other(VT_NULL)}, "name 80020005"},
