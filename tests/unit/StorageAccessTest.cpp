@@ -72,7 +72,7 @@ TEST(StorageAccess, IsClosedAsItWasOpenedAndLeavesAnApartmentThatWasThere) {
     Component component;
     DWORD registration = 0;
     ASSERT_EQ(::CoRegisterClassObject(kClassId, static_cast<IClassFactory*>(&component),
-                                      CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, &registration),
+                                      CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &registration),
               S_OK);
     const struct {
         const char* why;
