@@ -175,10 +175,10 @@ class World:
 
     def add_registry(self, line):
         """`Key: Value = type:data, ...` below HKLM\\SOFTWARE."""
-        key, _, values = line.partition(": ")
+        key, _, values = self.substitute(line).partition(": ")
         for value in values.split(", "):
             name, kind, data = re.fullmatch(r"(\w+|@) = ([a-z_]+(?:\(\w+\))?):(.*)", value).groups()
-            self.registry[key, name] = registry_value(kind, self.substitute(data))
+            self.registry[key, name] = registry_value(kind, data)
 
     def registry_script(self):
         """Our keys emptied, then these settings. The hex forms need a text in UTF-16."""

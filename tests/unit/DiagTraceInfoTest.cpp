@@ -56,6 +56,8 @@ TEST_F(Trace, ALineCarriesItsPlaceAndItsText) {
     EXPECT_EQ(CheckHResult("Tag", 7, "F", "a(\"%s\")", E_FAIL), E_FAIL);
     EXPECT_EQ(NewLines(), "filter\n" + Text("HRESULT Failed, Err Code [0X80004005].\\nExecuted "
                                             "code: a(\\\"%s\\\")"));
+    LOG_IF_FAILED(S_FALSE);
+    EXPECT_EQ(NewLines(), "") << "no failure";
     CONTAIN_EXCEPTIONS(throw std::runtime_error("lost"));
     EXPECT_NE(NewLines().find("|Record left out, exception [lost]\n"), std::string::npos);
     const std::string bytes(32769, 'a');
