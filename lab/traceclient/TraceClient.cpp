@@ -16,6 +16,7 @@ namespace {
 
 using Number = std::uint32_t;
 constexpr Number kAllLevels = 0xFFFFFFFF;
+constexpr UINT kNoBoxes = 0x8001;  // a drive without a medium, a file that is missing
 
 std::atomic<bool> isRegistered{false};
 constexpr char kRegistration = 0;  // its address is what a module gets
@@ -62,6 +63,8 @@ extern "C" {
 void* DTRegisterModule(HMODULE module, const char* path, const char* text1, const char* text2) {
     if (!module || !path || !text1 || !text2)
         Misuse("DTRegisterModule with a null argument");
+    if ((::GetErrorMode() & kNoBoxes) != kNoBoxes)
+        Misuse("DTRegisterModule in a process that may wait at a box of the system's");
     if (isRegistered)
         Misuse("DTRegisterModule while registered");
     isRegistered = lab::EnvironmentText(L"DHCPLAB_TRACE_FAIL") != L"register";

@@ -36,6 +36,7 @@ TEST(DHCPManager, AListIsReadWhileItsHandleMoves) {
         EXPECT_EQ(CDHCPManager("10.0.0.2").GetDynamicClientInfo("10.1.0.0", clients), row.error);
         EXPECT_EQ(Server().rounds, row.rounds);
         EXPECT_EQ(clients.size(), row.clients);
+        EXPECT_EQ(Server().blocks, 0);
     }
 }
 

@@ -34,6 +34,11 @@ public:
         ::RegSetKeyValueA(m_root.get(), kDataKey, "Path", type, followed.data(),
                           static_cast<DWORD>(bytes.size()));
     }
+    /// Below a key that ends with the system none can be made that stays.
+    bool IsLasting() {
+        return ::RegSetKeyValueA(m_root.get(), (std::string(kDataKey) + "\\Sub").c_str(), nullptr,
+                                 REG_SZ, "", 1) == ERROR_SUCCESS;
+    }
     std::string Read(DWORD& type) {
         char bytes[1024];
         DWORD size = sizeof(bytes);
@@ -87,6 +92,7 @@ TEST(DataFolder, AnObjectResolvesItOnceAndWithoutAKeyItIsEmpty) {
     Registry registry;
     CDataFolder first;
     const std::string temporary = first.Get();
+    EXPECT_TRUE(registry.IsLasting());
     registry.Write(REG_SZ, std::string("C:\\\0", 4));
     EXPECT_EQ(first.Get(), temporary);
     EXPECT_STREQ(CDataFolder().Get(), "C:");

@@ -4,6 +4,7 @@
 #include "TemporaryFolderIs.h"
 #include "diagtools/DiagTraceInfoRegister.h"
 #include "diagtools/HResultCheck.h"
+#include "diagtools/ModuleStatistics.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ protected:
             L"DTClient.dll", folder,
             {{L"TRACE_COUNT", L"1"}, {L"TRACE_MASK", L"0xBC"}, {L"TRACE", path}});
         EXPECT_EQ(filterAtStart, 255u);
+        ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);  // as the program does
         EXPECT_EQ(CDiagTraceInfoRegister().Register(::GetModuleHandleA(nullptr)), 1);
         EXPECT_EQ(NewLines(), "register|unit_tests.exe|\"\"|\"\"\n");
     }
@@ -59,9 +61,13 @@ TEST_F(Trace, ALineCarriesItsPlaceAndItsText) {
     LOG_IF_FAILED(S_FALSE);
     EXPECT_EQ(NewLines(), "") << "no failure";
     CONTAIN_EXCEPTIONS(throw std::runtime_error("lost"));
-    EXPECT_NE(NewLines().find("|Record left out, exception [lost]\n"), std::string::npos);
+    const std::string lost = NewLines();
+    EXPECT_EQ(lost.substr(0, 9), "filter\n1|");
+    EXPECT_NE(lost.find("|Record left out, exception [lost]\n"), std::string::npos);
     const std::string bytes(32769, 'a');
+    const std::uint32_t before = CModuleStatistics::ErrorLines();
     EXPECT_TRUE(info.TraceBuffer(1, bytes.data(), bytes.size()));
+    EXPECT_EQ(CModuleStatistics::ErrorLines(), before + 1);
     const std::string buffer = NewLines();
     EXPECT_EQ(buffer.substr(0, 30), "1|Tag|F|7|buffer 32768 6161616");
     EXPECT_EQ(buffer.size(), 23 + 2 * 32768 + 1u);

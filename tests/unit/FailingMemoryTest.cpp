@@ -98,6 +98,16 @@ TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
         EXPECT_TRUE(left == whole || left.empty()) << "allocation " << n << ": " << left;
     };
     FailEachAllocation(cleanUp, Calls, isBothOrNothing);
+
+    const lab_test::Folder folder;
+    const std::string path = std::filesystem::path(folder / L"a.bat").string();
+    const auto writeCommands = [&] {
+        const auto writer =
+            boost::make_shared<CNetshCommands>(boost::weak_ptr<COutputMsg>(), kServer, path);
+        CDHCPSegmentInfoImpl({}, kServer, writer).ChangeAllDynamicToReserved("10.1.0.0", clients);
+    };
+    FailEachAllocation(
+        writeCommands, [&] { return lab_test::ReadAll(folder / L"a.bat"); }, IsABeginning);
 }
 
 TEST(FailingMemory, ABatchFileHasWholeLinesAndNoTrailerAfterAnException) {

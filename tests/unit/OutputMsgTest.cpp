@@ -60,9 +60,9 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
     const lab_test::Folder folder;
     const std::string path = std::filesystem::path(folder / L"log.txt").string();
     lab_test::WriteAll(folder / L"log.txt", "of the run before");
-    const DiagTools::Handle reader(::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                                 FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                                 OPEN_EXISTING, 0, nullptr));
+    DiagTools::Handle reader(::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                           OPEN_EXISTING, 0, nullptr));
     const auto content = [&folder] { return lab_test::ReadAll(folder / L"log.txt"); };
     MessagePipe console;
     COutputMsg output;
@@ -73,6 +73,10 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
     lab_test::WriteAll(folder / L"log.txt", "theirs");
     output.DisplayMsg("b", false);
     EXPECT_EQ(content(), "theirsb");
+    reader.reset();
+    std::filesystem::remove(path);
+    output.DisplayMsg("once more", false);
+    EXPECT_EQ(content(), "once more");
     output.SetOutputLogFile(path + "\\log.txt");
     output.DisplayMsg("lost", false);
     EXPECT_EQ(console.Messages(), Texts());

@@ -17,6 +17,11 @@ DWORD Record(const char* call, const WCHAR* to, const std::string& more = "") {
     return ERROR_SUCCESS;
 }
 
+void* Block(std::size_t bytes) {
+    ++server.blocks;
+    return std::calloc(1, bytes);
+}
+
 }  // namespace
 
 #define TEST_EXPORT extern "C" __declspec(dllexport)
@@ -54,14 +59,16 @@ TEST_EXPORT DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR*, DWORD, DWORD* res
     ++server.rounds;
     *read = *total = 0;  // what counts is the array
     *resume = page.resume;
-    auto* const array = static_cast<DHCP_CLIENT_INFO_ARRAY_V4*>(std::calloc(1, sizeof(**clients)));
-    array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(std::calloc(16, sizeof(void*)));
-    for (; array->NumElements < static_cast<DWORD>(page.clients); ++array->NumElements)
+    auto* const array = static_cast<DHCP_CLIENT_INFO_ARRAY_V4*>(Block(sizeof(**clients)));
+    array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(Block(16 * sizeof(void*)));
+    array->NumElements = 1;  // a null one
+    for (; array->NumElements <= static_cast<DWORD>(page.clients); ++array->NumElements)
         array->Clients[array->NumElements] =
-            static_cast<DHCP_CLIENT_INFO_V4*>(std::calloc(1, sizeof(DHCP_CLIENT_INFO_V4)));
+            static_cast<DHCP_CLIENT_INFO_V4*>(Block(sizeof(DHCP_CLIENT_INFO_V4)));
     *clients = array;
     return page.error;
 }
 TEST_EXPORT void WINAPI DhcpRpcFreeMemory(void* block) {
+    server.blocks -= block ? 1 : 0;
     std::free(block);
 }

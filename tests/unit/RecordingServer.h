@@ -18,6 +18,7 @@ struct RecordingServer {
     std::vector<Page> pages;  // the last one again when they are used up
     std::size_t rounds = 0;
     std::string calls;
+    int blocks = 0;  // given out and not freed
 };
 using RecordingServerFn = RecordingServer&();
 

@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include <string>
+#include <thread>
 
 #include "diagtools/ModuleStatistics.h"
 #include "diagtools/StatisticsMemory.h"
@@ -27,6 +28,11 @@ TEST(Statistics, SlotsOfEndedProcessesAreReusedOldestFirstAndThoseOfRunningOnesN
     EXPECT_FALSE((*records)[0].running);
     EXPECT_EQ((*records)[1].name, std::string(kStatisticsNameBytes - 1, 'g'));
 
+    std::thread([&] {  // ends with the mutex in its hands
+        const std::string name = kStatisticsMemoryPrefix + ownMemory + kStatisticsMutexSuffix;
+        ::WaitForSingleObject(::OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()), 1000);
+    })
+        .join();
     for (std::size_t taken = 2; taken < kStatisticsSlots; ++taken)
         ASSERT_NE(writer.Claim("running.exe", kOwnId, kOwnStart), nullptr);
     ASSERT_NE(writer.Claim("first.exe", kOwnId, kOwnStart), nullptr);
