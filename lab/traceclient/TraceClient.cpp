@@ -117,8 +117,8 @@ void DTPersistence() {
 
 }  // extern "C"
 
-BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*) {
-    if (reason == DLL_PROCESS_DETACH && isRegistered)
-        Misuse("module left registered");
+BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void* atEndOfProcess) {
+    if (reason == DLL_PROCESS_DETACH && (isRegistered || atEndOfProcess))
+        Misuse("module left registered, or this library loaded");
     return TRUE;
 }

@@ -81,15 +81,20 @@ TEST(FailingMemory, ImportsAskTheServerWithWholeTextsInOrderOrNotAtAll) {
 }
 
 TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
-    const auto make = [](std::uint8_t type, const char* hardware) {
+    const auto make = [](std::uint8_t type, const std::string& hardware) {
         const auto client = boost::make_shared<CDHCPClient>();
         client->SetClientType(type);
         client->SetName(kName + ".example");
         client->SetComment(kName);
-        client->SetHardwareAddress(reinterpret_cast<const BYTE*>(hardware), 6);
+        client->SetHardwareAddress(reinterpret_cast<const BYTE*>(hardware.data()),
+                                   static_cast<DWORD>(hardware.size()));
         return client;
     };
     const ClientList clients = {make(100, "stored"), make(1, "leased")};
+    Server().calls.clear();
+    CDHCPSegmentInfoImpl({}, kServer, CDHCPSegmentInfoImpl::NetshWriter())
+        .ChangeAllDynamicToReserved("10.1.0.0", {make(100, ""), make(1, "")});
+    EXPECT_EQ(Calls(), "") << "a lease without an address of its hardware changes nothing";
     const auto cleanUp = [&] {
         CDHCPSegmentInfoImpl({}, kServer, CDHCPSegmentInfoImpl::NetshWriter())
             .ChangeAllDynamicToReserved("10.1.0.0", clients);
