@@ -1060,6 +1060,7 @@ void Run(char command, const std::string& file) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
     char command = '\0';
     std::string file;
     for (int i = 1; i < argc; ++i) {
