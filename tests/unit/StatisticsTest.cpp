@@ -4,6 +4,7 @@
 #include <string>
 #include <thread>
 
+#include "diagtools/Handle.h"
 #include "diagtools/ModuleStatistics.h"
 #include "diagtools/StatisticsMemory.h"
 
@@ -30,7 +31,8 @@ TEST(Statistics, SlotsOfEndedProcessesAreReusedOldestFirstAndThoseOfRunningOnesN
 
     std::thread([&] {  // ends with the mutex in its hands
         const std::string name = kStatisticsMemoryPrefix + ownMemory + kStatisticsMutexSuffix;
-        ::WaitForSingleObject(::OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()), 1000);
+        const Handle mutex(::OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()));
+        ::WaitForSingleObject(mutex.get(), 1000);
     })
         .join();
     for (std::size_t taken = 2; taken < kStatisticsSlots; ++taken)
