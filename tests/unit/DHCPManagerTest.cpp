@@ -26,7 +26,7 @@ TEST(DHCPManager, AListIsReadWhileItsHandleMoves) {
          ERROR_MORE_DATA,
          2,
          2},
-        {"a failure", {{ERROR_MORE_DATA, 5, 1}, {5, 6, 1}}, 5, 2, 1},
+        {"no more items is a failure", {{ERROR_MORE_DATA, 5, 1}, {259, 6, 1}}, 259, 2, 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
