@@ -240,11 +240,11 @@ class World:
             err.seek(0)
             done = Run(out.read(), err.read().decode("utf-8", "replace"),
                        self.log.read_bytes()[before:].decode("utf-8", "backslashreplace"))
-        misuse = [line for line in done.log if line.startswith("MISUSE")]
-        misuse += [f"left behind: {path}" for path in self.folders["temp"].glob("*-*-*-*")]
-        if code != 0 or done.errors or misuse:
+        wrong = [line for line in done.log if line.startswith("MISUSE")]
+        wrong += [f"left behind: {path}" for path in self.folders["temp"].glob("*-*-*-*")]
+        if code != 0 or done.errors or wrong:
             raise Failure("\n".join([f"{shlex.join(words)}: exit code {code}", done.errors] +
-                                    misuse))
+                                    wrong))
         return done
 
 

@@ -86,30 +86,28 @@ TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
         client->SetClientType(type);
         client->SetName(kName + ".example");
         client->SetComment(kName);
-        client->SetHardwareAddress(reinterpret_cast<const BYTE*>(hardware.data()),
-                                   static_cast<DWORD>(hardware.size()));
+        client->SetHardwareAddress(reinterpret_cast<const BYTE*>(hardware.data()), hardware.size());
         return client;
     };
-    const ClientList clients = {make(100, "stored"), make(1, "leased")};
-    Server().calls.clear();
-    CDHCPSegmentInfoImpl({}, kServer, CDHCPSegmentInfoImpl::NetshWriter())
-        .ChangeAllDynamicToReserved("10.1.0.0", {make(100, ""), make(1, "")});
-    EXPECT_EQ(Calls(), "") << "a lease without an address of its hardware changes nothing";
-    const auto cleanUp = [&] {
-        CDHCPSegmentInfoImpl({}, kServer, CDHCPSegmentInfoImpl::NetshWriter())
-            .ChangeAllDynamicToReserved("10.1.0.0", clients);
+    using Writer = CDHCPSegmentInfoImpl::NetshWriter;
+    const auto cleanUp = [](const ClientList& clients, const Writer& writer = Writer()) {
+        CDHCPSegmentInfoImpl({}, kServer, writer).ChangeAllDynamicToReserved("10.1.0.0", clients);
     };
+    Server().calls.clear();
+    cleanUp({make(100, ""), make(1, "")});
+    EXPECT_EQ(Calls(), "") << "a lease without an address of its hardware changes nothing";
+
+    const ClientList clients = {make(100, "stored"), make(1, "leased")};
     const auto isBothOrNothing = [](long n, const std::string& whole, const std::string& left) {
         EXPECT_TRUE(left == whole || left.empty()) << "allocation " << n << ": " << left;
     };
-    FailEachAllocation(cleanUp, Calls, isBothOrNothing);
+    FailEachAllocation([&] { cleanUp(clients); }, Calls, isBothOrNothing);
 
     const lab_test::Folder folder;
     const std::string path = std::filesystem::path(folder / L"a.bat").string();
     const auto writeCommands = [&] {
-        const auto writer =
-            boost::make_shared<CNetshCommands>(boost::weak_ptr<COutputMsg>(), kServer, path);
-        CDHCPSegmentInfoImpl({}, kServer, writer).ChangeAllDynamicToReserved("10.1.0.0", clients);
+        cleanUp(clients,
+                boost::make_shared<CNetshCommands>(boost::weak_ptr<COutputMsg>(), kServer, path));
     };
     FailEachAllocation(
         writeCommands, [&] { return lab_test::ReadAll(folder / L"a.bat"); }, IsABeginning);
