@@ -1,18 +1,16 @@
 #include "clients/DHCPClientInfoImpl.h"
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
+#include <ostream>
 
 #include "clients/CsvFile.h"
 #include "dhcpserver/DHCPManager.h"
 #include "diagtools/HResultCheck.h"
-#include "driver/output/OutputMsg.h"
-#include "driver/output/RecordResult.h"
 #include "netsh/NetshCommands.h"
 #include "store/IPAddressString.h"
 #include "store/StoreFields.h"
-#include "store/TextConversion.h"
+#include "win/TextConversion.h"
 
 namespace {
 
@@ -47,49 +45,49 @@ static_assert(std::size(kClientFields) == kFieldCount);
 
 using ClientFields = std::vector<std::string>;
 
-std::string FieldText(const CStoreValue& value) {
-    return value.Get().vt == VT_UI4 ? CIPAddressString(value.Get().ulVal).Text() : value.Narrow();
+std::string FieldText(const CComVariant& value) {
+    return value.vt == VT_UI4 ? AddressText(value.ulVal) : value.Narrow();
 }
 
-template <const auto& Text>
-std::string FillFields(const ClientFields& fields) {
-    return FillText<Text>(fields[kName], fields[kAddress], fields[kMask], fields[kDns1],
-                          fields[kDns2], fields[kMac], fields[kLeaseStatus]);
-}
+// The arguments of a format that takes all fields.
+#define ALL_FIELDS(fields)                                                        \
+    (fields)[kName].c_str(), (fields)[kAddress].c_str(), (fields)[kMask].c_str(), \
+        (fields)[kDns1].c_str(), (fields)[kDns2].c_str(), (fields)[kMac].c_str(), \
+        (fields)[kLeaseStatus].c_str()
 
 }  // namespace
 
-CDHCPClientInfoImpl::CDHCPClientInfoImpl(const boost::weak_ptr<COutputMsg>& output,
+CDHCPClientInfoImpl::CDHCPClientInfoImpl(const Output& output,
                                          const boost::shared_ptr<CNetshCommands>& netshCommands)
     : m_netshCommands(netshCommands), m_output(output) {}
 
-CDHCPClientInfoImpl::CDHCPClientInfoImpl(const boost::weak_ptr<COutputMsg>& output,
-                                         const std::string& dhcpServer, std::uint32_t leaseSeconds)
+CDHCPClientInfoImpl::CDHCPClientInfoImpl(const Output& output, const std::string& dhcpServer,
+                                         std::uint32_t leaseSeconds)
     : m_dhcpServer(dhcpServer), m_output(output), m_leaseDuration(leaseSeconds) {}
 
 void CDHCPClientInfoImpl::GetDHCPInfo(const std::string& fileName) {
     if (FAILED(Initialize()))
         return;
-    DT_TRACE(DiagTools::kTraceDefault, "Default output file [%s]", fileName.c_str());
-    std::ofstream file(fileName, std::ios::out | std::ios::trunc);
-    const bool opened = file.is_open();
-    file << kCsvHeader;
-    if (CComVariant clientList; opened && ListSection(clientsEntry, clientList)) {
-        DT_TRACE(DiagTools::kTraceDetail, "Client list retrieved successfully");
-        for (const VARIANT& client : ArrayView(clientList))
-            if (client.vt == VT_BSTR)
-                CONTAIN_EXCEPTIONS(ExportClient(client.bstrVal, file));
-    }
-    file.close();
-    if (opened && !file)
-        DT_TRACE(DiagTools::kTraceError, "Unable to write output file [%s]", fileName.c_str());
+    DT_TRACE(kTraceDefault, "Default output file [%s]", fileName.c_str());
+    const bool written = WriteCsvFile(fileName, kCsvHeader, [this](std::ostream& file) {
+        CComVariant clientList;
+        if (!ListSection(clientsEntry, clientList))
+            return;
+        DT_TRACE(kTraceDetail, "Client list retrieved successfully");
+        for (const VARIANT& client : ArrayView(clientList)) {
+            if (client.vt != VT_BSTR)
+                continue;
+            try {
+                std::string line;
+                if (SUCCEEDED(GetDHCPClientInfo(client.bstrVal, line)))
+                    file << line;
+            }
+            CATCH_RECORD()
+        }
+    });
+    if (!written)
+        DT_TRACE(kTraceError, "Unable to write output file [%s]", fileName.c_str());
     Uninitialize();
-}
-
-void CDHCPClientInfoImpl::ExportClient(BSTR clientGuid, std::ostream& file) {
-    std::string line;
-    if (SUCCEEDED(GetDHCPClientInfo(clientGuid, line)))
-        file << line;
 }
 
 HRESULT CDHCPClientInfoImpl::GetDHCPClientInfo(BSTR clientGuid, std::string& line) {
@@ -98,19 +96,19 @@ HRESULT CDHCPClientInfoImpl::GetDHCPClientInfo(BSTR clientGuid, std::string& lin
                                                          clientGuid, 0, &clientInfoArray));
     if (!IsArrayOfVariants(clientInfoArray))
         return S_OK;
-    DT_TRACE(DiagTools::kTraceDetail, "Information for client [%s] retrieved successfully",
+    DT_TRACE(kTraceDetail, "Information for client [%s] retrieved successfully",
              NarrowText(clientGuid).c_str());
-    const ArrayView pairs(clientInfoArray);
-    CStoreValue values[kFieldCount];
+    CComVariant values[kFieldCount];
     const StoreFailure failure =
-        ReadFields(pairs, "clientInfoPropName.ChangeType(VT_BSTR)", kClientFields, values);
+        ReadFields(ArrayView(clientInfoArray), "clientInfoPropName.ChangeType(VT_BSTR)",
+                   kClientFields, values);
     RETURN_IF_FAILED_AS(failure.text, failure.hr);
 
     ClientFields fields(kFieldCount);
     std::transform(std::begin(values), std::end(values), fields.begin(), FieldText);
-    line = FillFields<kCsvLine>(fields);
+    line = Format(kCsvLine, ALL_FIELDS(fields));
     if (IsDetailWanted(m_output))
-        DisplayThrough(m_output, FillFields<kClientFound>(fields), true);
+        DisplayThrough(m_output, Format(kClientFound, ALL_FIELDS(fields)), true);
     if (m_netshCommands && fields[kLeaseStatus] == kReserved)
         m_netshCommands->ReservedClientAddressInDHCPScope(fields[kName], fields[kAddress],
                                                           fields[kMask], fields[kMac]);
@@ -118,31 +116,35 @@ HRESULT CDHCPClientInfoImpl::GetDHCPClientInfo(BSTR clientGuid, std::string& lin
 }
 
 void CDHCPClientInfoImpl::SetDHCPInfo(const std::string& fileName) {
-    DT_TRACE(DiagTools::kTraceDetail, "Setting DHCP client info on DHCP server");
+    DT_TRACE(kTraceDetail, "Setting DHCP client info on DHCP server");
     ForEachCsvEntry(fileName, [this](const std::string& streamBuf) {
-        CONTAIN_EXCEPTIONS(LOG_IF_FAILED(SetDHCPClientInfo(streamBuf.c_str())));
+        try {
+            LOG_IF_FAILED(SetDHCPClientInfo(streamBuf.c_str()));
+        }
+        CATCH_RECORD()
     });
 }
 
 HRESULT CDHCPClientInfoImpl::SetDHCPClientInfo(const std::string& line) {
-    DT_TRACE(DiagTools::kTraceDetail, "Setting DHCP Client info on DHCP server for entry [%s]",
-             line.c_str());
+    DT_TRACE(kTraceDetail, "Setting DHCP Client info on DHCP server for entry [%s]", line.c_str());
     ClientFields fields = SplitCsvFields(line);
     if (fields.size() != kFieldCount) {
-        // Also said of a line with too many fields: log searches match these words.
-        DT_TRACE(DiagTools::kTraceError,
-                 "Invalid DHCP client entry. Missing some fields for entry [%s]", line.c_str());
+        // Also for a line with too many fields. Kept for compatibility: log searches match the
+        // words.
+        DT_TRACE(kTraceError, "Invalid DHCP client entry. Missing some fields for entry [%s]",
+                 line.c_str());
         return E_FAIL;
     }
     std::for_each(fields.begin(), fields.end(), TrimCsvField);
-    const bool added = ReportRecord(
-        m_output, [&] { return FillFields<kClientToAdd>(fields); },
-        [&] { return AddClientToServer(fields); });
-    return added ? S_OK : E_FAIL;
+    // Made before the work: a client whose result can't be told is not added.
+    const std::string record = Format(kClientToAdd, ALL_FIELDS(fields));
+    const DWORD error = AddClientToServer(fields);
+    ShowResult(m_output, record, error);
+    return error == ERROR_SUCCESS ? S_OK : E_FAIL;
 }
 
-DWORD CDHCPClientInfoImpl::AddClientToServer(const std::vector<std::string>& fields) {
-    CDHCPManager manager(m_dhcpServer);
+DWORD CDHCPClientInfoImpl::AddClientToServer(const std::vector<std::string>& fields) const {
+    const CDHCPManager manager(m_dhcpServer);
     const std::string noComment;
     const DWORD error = manager.CreateClient(fields[kName], fields[kMac], fields[kAddress],
                                              fields[kMask], noComment, m_leaseDuration);

@@ -1,27 +1,25 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
-#include <boost/weak_ptr.hpp>
 #include <cstdint>
-#include <iosfwd>
 #include <string>
 #include <vector>
 
-#include "dhcpserver/Lease.h"
+#include "dhcpserver/DhcpOptions.h"
+#include "driver/output/OutputMsg.h"
 #include "store/StorageAccess.h"
 
 class CNetshCommands;
-class COutputMsg;
 
 /// The gateway's clients: from the store to a CSV file, and from there onto the DHCP server.
 /// A client that fails is reported and left out; the others are still processed.
 class CDHCPClientInfoImpl : public CStorageAccess {
 public:
     /// For the export. With a writer, which may be null, reserved clients also become commands.
-    CDHCPClientInfoImpl(const boost::weak_ptr<COutputMsg>& output,
+    CDHCPClientInfoImpl(const Output& output,
                         const boost::shared_ptr<CNetshCommands>& netshCommands);
     /// For the import, which doesn't open the store.
-    CDHCPClientInfoImpl(const boost::weak_ptr<COutputMsg>& output, const std::string& dhcpServer,
+    CDHCPClientInfoImpl(const Output& output, const std::string& dhcpServer,
                         std::uint32_t leaseSeconds);
     virtual ~CDHCPClientInfoImpl() = default;
 
@@ -40,13 +38,11 @@ public:
     /// The server's part, for the seven fields of a line: client record, then the reservation of a
     /// reserved client. The first error of the server, 0 when done; the record stays when only the
     /// reservation fails.
-    DWORD AddClientToServer(const std::vector<std::string>& fields);
+    DWORD AddClientToServer(const std::vector<std::string>& fields) const;
 
 private:
-    void ExportClient(BSTR clientGuid, std::ostream& file);
-
     std::string m_dhcpServer;
     boost::shared_ptr<CNetshCommands> m_netshCommands;
-    boost::weak_ptr<COutputMsg> m_output;
+    Output m_output;
     std::uint32_t m_leaseDuration = kDefaultLeaseSeconds;
 };

@@ -1,8 +1,6 @@
 #include "clients/MACUpdateImpl.h"
 
 #include "diagtools/HResultCheck.h"
-#include "driver/output/OutputMsg.h"
-#include "driver/output/RecordResult.h"
 
 namespace {
 
@@ -14,17 +12,22 @@ constexpr char kDuplicated[] = "Duplicated : changed to [%s]\n";         // new 
 
 }  // namespace
 
-CMACUpdateImpl::CMACUpdateImpl(const boost::weak_ptr<COutputMsg>& output) : m_output(output) {}
+CMACUpdateImpl::CMACUpdateImpl(const Output& output) : m_output(output) {}
 
 void CMACUpdateImpl::DoMACUpdate() {
     m_usedMACs.clear();
     LOG_IF_FAILED(Initialize());
-    DT_TRACE(DiagTools::kTraceDetail, "Retrieving client list");
+    DT_TRACE(kTraceDetail, "Retrieving client list");
     if (CComVariant clientList; ListSection(clientsEntry, clientList)) {
-        DT_TRACE(DiagTools::kTraceDetail, "Clients list retrieved successfully");
-        for (const VARIANT& clientId : ArrayView(clientList))
-            if (clientId.vt == VT_BSTR)
-                CONTAIN_EXCEPTIONS(LOG_IF_FAILED(UpdateMACForClient(clientId.bstrVal)));
+        DT_TRACE(kTraceDetail, "Clients list retrieved successfully");
+        for (const VARIANT& clientId : ArrayView(clientList)) {
+            if (clientId.vt != VT_BSTR)
+                continue;
+            try {
+                LOG_IF_FAILED(UpdateMACForClient(clientId.bstrVal));
+            }
+            CATCH_RECORD()
+        }
     }
     LOG_IF_FAILED(Uninitialize());
 }
@@ -42,10 +45,12 @@ HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {
     const std::string storedMac = macAddress.Narrow();
     CMACAddress clientMacAddress;
     clientMacAddress.FromString(storedMac);
-    const auto checking = [&] { return FillText<kCheckingMac>(clientName.Narrow(), storedMac); };
     if (clientMacAddress.IsPrefixValid()) {
         if (IsDetailWanted(m_output))
-            DisplayThrough(m_output, checking() + kRecordDone, true);
+            DisplayThrough(
+                m_output,
+                Format(kCheckingMac, clientName.Narrow().c_str(), storedMac.c_str()) + kRecordDone,
+                true);
         return S_OK;
     }
     clientMacAddress.SetPrefix(0x00, 0x04, 0x70);
@@ -53,7 +58,8 @@ HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {
     const std::string changed = clientMacAddress.ToString();
     DisplayThrough(
         m_output,
-        checking() + (kept ? FillText<kPrefixInvalid>(changed) : FillText<kDuplicated>(changed)),
+        Format(kCheckingMac, clientName.Narrow().c_str(), storedMac.c_str()) +
+            (kept ? Format(kPrefixInvalid, changed.c_str()) : Format(kDuplicated, changed.c_str())),
         false);
     RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, clientID,
                                                 MACEntry,

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <boost/weak_ptr.hpp>
 #include <set>
 
 #include "clients/MACAddress.h"
+#include "driver/output/OutputMsg.h"
 #include "store/StorageAccess.h"
-
-class COutputMsg;
 
 /// Moves the MAC of every client in the store into the gateway's vendor block.
 ///
@@ -14,7 +12,7 @@ class COutputMsg;
 /// rewritten ones. Failures of one client are traced; the others are still processed.
 class CMACUpdateImpl : public CStorageAccess {
 public:
-    explicit CMACUpdateImpl(const boost::weak_ptr<COutputMsg>& output);
+    explicit CMACUpdateImpl(const Output& output);
     virtual ~CMACUpdateImpl() = default;
 
     /// The whole run. A store that can't be opened is traced and ends it.
@@ -28,5 +26,5 @@ public:
 
 private:
     std::set<CMACAddress> m_usedMACs;
-    boost::weak_ptr<COutputMsg> m_output;
+    Output m_output;
 };

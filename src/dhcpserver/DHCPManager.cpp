@@ -10,7 +10,7 @@
 #include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
 #include "store/IPAddressString.h"
-#include "store/TextConversion.h"
+#include "win/TextConversion.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr char kTraceFile[] = "DHCPManager";
 
 constexpr ULONGLONG kFileTimeUnitsPerSecond = 10'000'000;
 
-/// Rounds in a row that may leave the resume handle where it was before the server is given up on.
+/// Gives the server up after so many rounds in a row that left the resume handle where it was.
 constexpr int kMaxIdleRounds = 16;
 
 struct SubnetInfoFree {
@@ -32,19 +32,10 @@ struct ClientArrayFree {
     }
 };
 
-DWORD ToNumber(const std::string& address) {
-    return CIPAddressString(address).Number();
-}
-
-/// What ntohl does, whose library would be loaded at every start for one trace line.
-DWORD SwapBytes(DWORD number) {
-    return number >> 24 | (number >> 8 & 0xFF00) | (number << 8 & 0xFF0000) | number << 24;
-}
-
 /// A reserved-address element with the records it points to; borrows the hardware address.
 class ReservedIpElement {
 public:
-    ReservedIpElement(const HardwareAddress& hardwareAddress, DWORD address)
+    ReservedIpElement(const HardwareAddress& hardwareAddress, std::uint32_t address)
         : m_client{static_cast<DWORD>(hardwareAddress.size()),
                    const_cast<BYTE*>(hardwareAddress.data())},
           m_reservation{address, &m_client, CLIENT_TYPE_BOTH} {
@@ -90,119 +81,119 @@ boost::shared_ptr<CDHCPClient> ToClient(const DHCP_CLIENT_INFO_V4& info) {
 }  // namespace
 
 CClientRecord::CClientRecord(const std::string& name, const HardwareAddress& hardwareAddress,
-                             DWORD address, DWORD mask, const std::string& comment,
+                             std::uint32_t address, std::uint32_t mask, const std::string& comment,
                              const DATE_TIME& leaseExpiry)
-    : m_name(name), m_comment(comment), m_hardwareAddress(hardwareAddress) {
+    : m_name(WideText(name)), m_comment(WideText(comment)), m_hardwareAddress(hardwareAddress) {
     m_info.ClientIpAddress = address;
     m_info.SubnetMask = mask;
     m_info.ClientHardwareAddress = {static_cast<DWORD>(m_hardwareAddress.size()),
                                     m_hardwareAddress.data()};
-    m_info.ClientName = m_name.Get();
-    m_info.ClientComment = m_comment.Get();
+    m_info.ClientName = m_name.data();
+    m_info.ClientComment = m_comment.data();
     m_info.ClientLeaseExpires = leaseExpiry;
     m_info.bClientType = CLIENT_TYPE_BOTH;
 }
 
 CDHCPManager::CDHCPManager(const std::string& serverAddress)
-    : m_serverAddress(serverAddress), m_wideServerAddress(serverAddress) {}
+    : m_serverAddress(serverAddress), m_wideServerAddress(WideText(serverAddress)) {}
 
 DWORD CDHCPManager::CreateSubnet(const std::string& scopeName, const std::string& networkId,
-                                 const std::string& mask, const std::string& comment) {
-    DT_TRACE(DiagTools::kTraceDetail,
-             "Creating subnet name [%s], Network ID [%s], Mask [%s], Comment [%s]",
+                                 const std::string& mask, const std::string& comment) const {
+    DT_TRACE(kTraceDetail, "Creating subnet name [%s], Network ID [%s], Mask [%s], Comment [%s]",
              scopeName.c_str(), networkId.c_str(), mask.c_str(), comment.c_str());
     std::string hostName;
     std::string netBiosName;
-    DWORD ipAddress = 0;
+    std::uint32_t ipAddress = 0;
     LOG_IF_FAILED(GetHostInfo(hostName, netBiosName, ipAddress));
 
-    const CWideText wideName(scopeName);
-    const CWideText wideComment(comment);
-    const CWideText wideHostName(hostName);
-    const CWideText wideNetBiosName(netBiosName);
+    std::wstring wideName = WideText(scopeName);
+    std::wstring wideComment = WideText(comment);
+    std::wstring wideHostName = WideText(hostName);
+    std::wstring wideNetBiosName = WideText(netBiosName);
     DHCP_SUBNET_INFO info = {};
-    info.SubnetAddress = ToNumber(networkId);
-    info.SubnetMask = ToNumber(mask);
-    info.SubnetName = wideName.Get();
-    info.SubnetComment = wideComment.Get();
-    info.PrimaryHost = {ipAddress, wideNetBiosName.Get(), wideHostName.Get()};
+    info.SubnetAddress = AddressNumber(networkId);
+    info.SubnetMask = AddressNumber(mask);
+    info.SubnetName = wideName.data();
+    info.SubnetComment = wideComment.data();
+    info.PrimaryHost = {ipAddress, wideNetBiosName.data(), wideHostName.data()};
     info.SubnetState = DhcpSubnetEnabled;
     DumpSubnetInfo(info);
-    const DWORD error = CDhcpApiLibrary::Instance().CreateSubnet(m_wideServerAddress.Get(),
+    const DWORD error = CDhcpApiLibrary::Instance().CreateSubnet(m_wideServerAddress.c_str(),
                                                                  info.SubnetAddress, &info);
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
+        DT_TRACE(kTraceError,
                  "Unable to create subnet name [%s], Network ID [%s], Mask [%s], Comment [%s] due "
                  "to error [%lu]",
                  scopeName.c_str(), networkId.c_str(), mask.c_str(), comment.c_str(), error);
     return error;
 }
 
-DWORD CDHCPManager::SetupIPRange(const std::string& networkId, const std::string& mask) {
+DWORD CDHCPManager::SetupIPRange(const std::string& networkId, const std::string& mask) const {
     const DHCP_IP_RANGE range = {GetFirstAddress(networkId), GetLastAddress(networkId, mask)};
-    DT_TRACE(DiagTools::kTraceDetail, "First address [%s], Last address [%s]",
+    DT_TRACE(kTraceDetail, "First address [%s], Last address [%s]",
              CIPAddressString(range.StartAddress).Text(),
              CIPAddressString(range.EndAddress).Text());
-    const DWORD error = AddRangeElement(ToNumber(networkId), DhcpIpRanges, range);
+    const DWORD error = AddRangeElement(AddressNumber(networkId), DhcpIpRanges, range);
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
+        DT_TRACE(kTraceError,
                  "Unable to set IP Range for Scope [%s], Mask [%s], RetCode [%lu] - Please Check "
                  "your subnet mask and range",
                  networkId.c_str(), mask.c_str(), error);
     return error;
 }
 
-DWORD CDHCPManager::CreateExclusion(const std::string& networkId, const std::string& address) {
-    DT_TRACE(DiagTools::kTraceDetail, "Creating exclusion for Address [%s] on Scope [%s]",
-             address.c_str(), networkId.c_str());
-    const DWORD excluded = ToNumber(address);
+DWORD CDHCPManager::CreateExclusion(const std::string& networkId,
+                                    const std::string& address) const {
+    DT_TRACE(kTraceDetail, "Creating exclusion for Address [%s] on Scope [%s]", address.c_str(),
+             networkId.c_str());
+    const DWORD excluded = AddressNumber(address);
     const DWORD error =
-        AddRangeElement(ToNumber(networkId), DhcpExcludedIpRanges, {excluded, excluded});
+        AddRangeElement(AddressNumber(networkId), DhcpExcludedIpRanges, {excluded, excluded});
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
-                 "Unable to exclude Address [%s] from scope [%s] due to error [%lu]",
+        DT_TRACE(kTraceError, "Unable to exclude Address [%s] from scope [%s] due to error [%lu]",
                  address.c_str(), networkId.c_str(), error);
     return error;
 }
 
 DWORD CDHCPManager::SetRouterOption(const std::string& networkId,
-                                    const std::string& routerAddress) {
-    DT_TRACE(DiagTools::kTraceDetail, "Setting router option for Scope [%s] with address [%s]",
+                                    const std::string& routerAddress) const {
+    DT_TRACE(kTraceDetail, "Setting router option for Scope [%s] with address [%s]",
              networkId.c_str(), routerAddress.c_str());
     DHCP_OPTION_DATA_ELEMENT value = {};
     value.OptionType = DhcpIpAddressOption;
-    value.Element.IpAddressOption = ToNumber(routerAddress);
+    value.Element.IpAddressOption = AddressNumber(routerAddress);
     const DWORD error = SetScopeOption(networkId, kOptionRouter, value);
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
+        DT_TRACE(kTraceError,
                  "Unable to set Router option for [%s] on scope [%s] due to error [%lu]",
                  routerAddress.c_str(), networkId.c_str(), error);
     return error;
 }
 
-DWORD CDHCPManager::SetLeaseDuration(const std::string& networkId, std::uint32_t leaseSeconds) {
-    const DWORD seconds = leaseSeconds;
-    DT_TRACE(DiagTools::kTraceDetail, "Setting lease duration to [%lu] for Scope [%s]", seconds,
+DWORD CDHCPManager::SetLeaseDuration(const std::string& networkId,
+                                     std::uint32_t leaseSeconds) const {
+    const unsigned long seconds = leaseSeconds;
+    DT_TRACE(kTraceDetail, "Setting lease duration to [%lu] for Scope [%s]", seconds,
              networkId.c_str());
     DHCP_OPTION_DATA_ELEMENT value = {};
     value.OptionType = DhcpDWordOption;
     value.Element.DWordOption = seconds;
     const DWORD error = SetScopeOption(networkId, kOptionLeaseTime, value);
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
+        DT_TRACE(kTraceError,
                  "Unable to set Lease Duration value [%lu] on scope [%s] due to error [%lu]",
                  seconds, networkId.c_str(), error);
     return error;
 }
 
 HRESULT CDHCPManager::GetHostInfo(std::string& hostName, std::string& netBiosName,
-                                  DWORD& ipAddress) {
+                                  std::uint32_t& ipAddress) const {
     DHCP_SUBNET_INFO* received = nullptr;
     const DWORD error = CDhcpApiLibrary::Instance().GetSubnetInfo(
-        m_wideServerAddress.Get(), ToNumber(m_serverAddress), &received);
+        m_wideServerAddress.c_str(), AddressNumber(m_serverAddress), &received);
     const std::unique_ptr<DHCP_SUBNET_INFO, SubnetInfoFree> info(received);
     if (error != ERROR_SUCCESS || !info) {
-        DT_TRACE(DiagTools::kTraceError, "Unable to get subnet info for Address [%s], Error [%lu]",
+        DT_TRACE(kTraceError, "Unable to get subnet info for Address [%s], Error [%lu]",
                  m_serverAddress.c_str(), error);
         return E_FAIL;
     }
@@ -215,44 +206,44 @@ HRESULT CDHCPManager::GetHostInfo(std::string& hostName, std::string& netBiosNam
 
 void CDHCPManager::DumpSubnetInfo(const DHCP_SUBNET_INFO& info) {
     // An absent text goes to the formatter as a null one.
-    DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.Hostname [%s]",
+    DT_TRACE(kTraceDetail, "PrimaryHost.Hostname [%s]",
              info.PrimaryHost.HostName ? NarrowText(info.PrimaryHost.HostName).c_str() : nullptr);
     // Swapped on this line only: a server hands this one address over in network order, so the line
     // reads correctly for what GetHostInfo received.
-    DT_TRACE(DiagTools::kTraceDetail, "PrimaryHost.IpAddress [%s]",
-             CIPAddressString(SwapBytes(info.PrimaryHost.IpAddress)).Text());
+    DT_TRACE(kTraceDetail, "PrimaryHost.IpAddress [%s]",
+             CIPAddressString(::_byteswap_ulong(info.PrimaryHost.IpAddress)).Text());
     DT_TRACE(
-        DiagTools::kTraceDetail, "PrimaryHost.NetBiosName [%s]",
+        kTraceDetail, "PrimaryHost.NetBiosName [%s]",
         info.PrimaryHost.NetBiosName ? NarrowText(info.PrimaryHost.NetBiosName).c_str() : nullptr);
-    DT_TRACE(DiagTools::kTraceDetail, "SubnetAddress [%s]",
-             CIPAddressString(info.SubnetAddress).Text());
-    DT_TRACE(DiagTools::kTraceDetail, "SubnetComment [%s]",
+    DT_TRACE(kTraceDetail, "SubnetAddress [%s]", CIPAddressString(info.SubnetAddress).Text());
+    DT_TRACE(kTraceDetail, "SubnetComment [%s]",
              info.SubnetComment ? NarrowText(info.SubnetComment).c_str() : nullptr);
-    DT_TRACE(DiagTools::kTraceDetail, "SubnetMask [%s]", CIPAddressString(info.SubnetMask).Text());
-    DT_TRACE(DiagTools::kTraceDetail, "SubnetName [%s]",
+    DT_TRACE(kTraceDetail, "SubnetMask [%s]", CIPAddressString(info.SubnetMask).Text());
+    DT_TRACE(kTraceDetail, "SubnetName [%s]",
              info.SubnetName ? NarrowText(info.SubnetName).c_str() : nullptr);
-    DT_TRACE(DiagTools::kTraceDetail, "SubnetState [%d]", static_cast<int>(info.SubnetState));
+    DT_TRACE(kTraceDetail, "SubnetState [%d]", static_cast<int>(info.SubnetState));
 }
 
-DWORD CDHCPManager::GetNetworkAddress(const std::string& address, const std::string& mask) {
-    return NetworkAddress(ToNumber(address), ToNumber(mask));
+std::uint32_t CDHCPManager::GetNetworkAddress(const std::string& address, const std::string& mask) {
+    return NetworkAddress(AddressNumber(address), AddressNumber(mask));
 }
 
-DWORD CDHCPManager::GetFirstAddress(const std::string& networkId) {
-    return FirstHostAddress(ToNumber(networkId));
+std::uint32_t CDHCPManager::GetFirstAddress(const std::string& networkId) {
+    return FirstHostAddress(AddressNumber(networkId));
 }
 
-DWORD CDHCPManager::GetLastAddress(const std::string& networkId, const std::string& mask) {
-    return LastHostAddress(ToNumber(networkId), ToNumber(mask));
+std::uint32_t CDHCPManager::GetLastAddress(const std::string& networkId, const std::string& mask) {
+    return LastHostAddress(AddressNumber(networkId), AddressNumber(mask));
 }
 
-DWORD CDHCPManager::AddElement(DWORD subnet, const DHCP_SUBNET_ELEMENT_DATA_V4& element) {
-    return CDhcpApiLibrary::Instance().AddSubnetElement(m_wideServerAddress.Get(), subnet,
+DWORD CDHCPManager::AddElement(std::uint32_t subnet,
+                               const DHCP_SUBNET_ELEMENT_DATA_V4& element) const {
+    return CDhcpApiLibrary::Instance().AddSubnetElement(m_wideServerAddress.c_str(), subnet,
                                                         &element);
 }
 
-DWORD CDHCPManager::AddRangeElement(DWORD subnet, DHCP_SUBNET_ELEMENT_TYPE type,
-                                    DHCP_IP_RANGE range) {
+DWORD CDHCPManager::AddRangeElement(std::uint32_t subnet, DHCP_SUBNET_ELEMENT_TYPE type,
+                                    DHCP_IP_RANGE range) const {
     DHCP_SUBNET_ELEMENT_DATA_V4 element = {};
     element.ElementType = type;
     element.Element.IpRange = &range;
@@ -260,27 +251,28 @@ DWORD CDHCPManager::AddRangeElement(DWORD subnet, DHCP_SUBNET_ELEMENT_TYPE type,
 }
 
 DWORD CDHCPManager::SetScopeOption(const std::string& networkId, DHCP_OPTION_ID optionId,
-                                   DHCP_OPTION_DATA_ELEMENT value) {
+                                   DHCP_OPTION_DATA_ELEMENT value) const {
     DHCP_OPTION_SCOPE_INFO scope = {};
     scope.ScopeType = DhcpSubnetOptions;
-    scope.ScopeInfo.SubnetScopeInfo = ToNumber(networkId);
+    scope.ScopeInfo.SubnetScopeInfo = AddressNumber(networkId);
     const DHCP_OPTION_DATA data = {1, &value};
-    return CDhcpApiLibrary::Instance().SetOptionValue(m_wideServerAddress.Get(), optionId, &scope,
+    return CDhcpApiLibrary::Instance().SetOptionValue(m_wideServerAddress.c_str(), optionId, &scope,
                                                       &data);
 }
 
 DWORD CDHCPManager::CreateClient(const std::string& name, const std::string& mac,
                                  const std::string& address, const std::string& mask,
-                                 const std::string& comment, std::uint32_t leaseSeconds) {
-    DT_TRACE(DiagTools::kTraceDetail,
+                                 const std::string& comment, std::uint32_t leaseSeconds) const {
+    DT_TRACE(kTraceDetail,
              "Creating client name [%s], Address [%s], Mask [%s], Comment [%s], MAC [%s]",
              name.c_str(), address.c_str(), mask.c_str(), comment.c_str(), mac.c_str());
     HardwareAddress hardwareAddress;
     ConvertMAC(mac, hardwareAddress);
-    const DWORD error = CreateClientInfo({name, hardwareAddress, ToNumber(address), ToNumber(mask),
-                                          comment, ExpiryFromNow(leaseSeconds)});
+    const DWORD error =
+        CreateClientInfo({name, hardwareAddress, AddressNumber(address), AddressNumber(mask),
+                          comment, ExpiryFromNow(leaseSeconds)});
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
+        DT_TRACE(kTraceError,
                  "Unable to create client name [%s], Address [%s], Mask [%s], Comment [%s], MAC "
                  "[%s] due to error [%lu]",
                  name.c_str(), address.c_str(), mask.c_str(), comment.c_str(), mac.c_str(), error);
@@ -288,46 +280,46 @@ DWORD CDHCPManager::CreateClient(const std::string& name, const std::string& mac
 }
 
 DWORD CDHCPManager::CreateReservation(const std::string& name, const std::string& mac,
-                                      const std::string& address, const std::string& mask) {
-    DT_TRACE(DiagTools::kTraceDetail,
+                                      const std::string& address, const std::string& mask) const {
+    DT_TRACE(kTraceDetail,
              "Creating reservation for client name [%s], Address [%s], Mask [%s], MAC [%s]",
              name.c_str(), address.c_str(), mask.c_str(), mac.c_str());
     HardwareAddress hardwareAddress;
     ConvertMAC(mac, hardwareAddress);
-    const DWORD error =
-        AddReservationElement(hardwareAddress, ToNumber(address), GetNetworkAddress(address, mask));
+    const DWORD error = AddReservationElement(hardwareAddress, AddressNumber(address),
+                                              GetNetworkAddress(address, mask));
     // "Unable to reserved" is kept as released: log searches match these words.
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError,
+        DT_TRACE(kTraceError,
                  "Unable to reserved client name [%s], Address [%s], Mask [%s], MAC [%s] due to "
                  "error [%lu]",
                  name.c_str(), address.c_str(), mask.c_str(), mac.c_str(), error);
     return error;
 }
 
-DWORD CDHCPManager::AddNewReservation(const CClientRecord& client, DWORD subnet) {
+DWORD CDHCPManager::AddNewReservation(const CClientRecord& client, std::uint32_t subnet) const {
     DWORD error = CreateClientInfo(client);
     if (error == ERROR_SUCCESS)
         error = AddReservationElement(client.Hardware(), client.Info().ClientIpAddress, subnet);
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError, "Unable to set client info due to error [%lu]", error);
+        DT_TRACE(kTraceError, "Unable to set client info due to error [%lu]", error);
     return error;
 }
 
-DWORD CDHCPManager::RemoveClient(const HardwareAddress& hardwareAddress, DWORD address,
-                                 DWORD subnet) {
-    DT_TRACE(DiagTools::kTraceRecord, "Removing [%s]", CIPAddressString(address).Text());
+DWORD CDHCPManager::RemoveClient(const HardwareAddress& hardwareAddress, std::uint32_t address,
+                                 std::uint32_t subnet) const {
+    DT_TRACE(kTraceRecord, "Removing [%s]", CIPAddressString(address).Text());
     const ReservedIpElement element(hardwareAddress, address);
     const DWORD error = CDhcpApiLibrary::Instance().RemoveSubnetElement(
-        m_wideServerAddress.Get(), subnet, &element.Get(), DhcpFullForce);
+        m_wideServerAddress.c_str(), subnet, &element.Get(), DhcpFullForce);
     if (error != ERROR_SUCCESS)
-        DT_TRACE(DiagTools::kTraceError, "Unable to remove reservation due to error [%lu]", error);
+        DT_TRACE(kTraceError, "Unable to remove reservation due to error [%lu]", error);
     return error;
 }
 
-DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientList& clients) {
-    const DWORD subnet = ToNumber(networkId);
-    DT_TRACE(DiagTools::kTraceDetail, "Getting client information network [%s]", networkId.c_str());
+DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientList& clients) const {
+    const std::uint32_t subnet = AddressNumber(networkId);
+    DT_TRACE(kTraceDetail, "Getting client information network [%s]", networkId.c_str());
     DHCP_RESUME_HANDLE resume = 0;
     for (int idleRounds = 0;;) {
         const DHCP_RESUME_HANDLE before = resume;
@@ -335,13 +327,12 @@ DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientLis
         DWORD clientsRead = 0;
         DWORD clientsTotal = 0;
         const DWORD error = CDhcpApiLibrary::Instance().EnumSubnetClients(
-            m_wideServerAddress.Get(), subnet, &resume, 0xFFFFFFFF, &received, &clientsRead,
+            m_wideServerAddress.c_str(), subnet, &resume, 0xFFFFFFFF, &received, &clientsRead,
             &clientsTotal);
         const std::unique_ptr<DHCP_CLIENT_INFO_ARRAY_V4, ClientArrayFree> page(received);
         const DWORD elements = page && page->Clients ? page->NumElements : 0;
-        DT_TRACE(DiagTools::kTraceRecord,
-                 "Number of clients [%lu : %lu], Remaining [%lu], Error [%lu]", clientsRead,
-                 elements, clientsTotal, error);
+        DT_TRACE(kTraceRecord, "Number of clients [%lu : %lu], Remaining [%lu], Error [%lu]",
+                 clientsRead, elements, clientsTotal, error);
         if (error != ERROR_SUCCESS && error != ERROR_MORE_DATA)
             return error;
         for (DWORD i = 0; i < elements; ++i)
@@ -349,8 +340,8 @@ DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientLis
                 clients.push_back(ToClient(*page->Clients[i]));
         if (error == ERROR_SUCCESS)
             return error;
-        // Empty pages are no reason to stop while the handle moves. A handle of 0 is one: the next
-        // call would read the list from its beginning.
+        // An empty page is not the end while the resume handle advances. A handle of 0 is: the next
+        // call would start over.
         idleRounds = resume != before ? 0 : idleRounds + 1;
         if (resume == 0 || idleRounds == kMaxIdleRounds)
             return error;
@@ -369,16 +360,16 @@ void CDHCPManager::ConvertMAC(const std::string& mac, HardwareAddress& bytes) {
             break;
         token = end + 1;
     }
-    DT_TRACE_BUFFER(DiagTools::kTraceDetail, bytes.data(), bytes.size());
+    DT_TRACE_BUFFER(kTraceDetail, bytes.data(), bytes.size());
 }
 
-DWORD CDHCPManager::CreateClientInfo(const CClientRecord& client) {
+DWORD CDHCPManager::CreateClientInfo(const CClientRecord& client) const {
     DHCP_CLIENT_INFO_V4 info = client.Info();
-    info.OwnerHost.IpAddress = ToNumber(m_serverAddress);
-    return CDhcpApiLibrary::Instance().CreateClientInfo(m_wideServerAddress.Get(), &info);
+    info.OwnerHost.IpAddress = AddressNumber(m_serverAddress);
+    return CDhcpApiLibrary::Instance().CreateClientInfo(m_wideServerAddress.c_str(), &info);
 }
 
-DWORD CDHCPManager::AddReservationElement(const HardwareAddress& hardwareAddress, DWORD address,
-                                          DWORD subnet) {
+DWORD CDHCPManager::AddReservationElement(const HardwareAddress& hardwareAddress,
+                                          std::uint32_t address, std::uint32_t subnet) const {
     return AddElement(subnet, ReservedIpElement(hardwareAddress, address).Get());
 }

@@ -4,15 +4,14 @@
 #include <string>
 
 #include "dhcpserver/DHCPClient.h"
-#include "dhcpserver/DhcpApi.h"
-#include "store/TextConversion.h"
 
-/// A client record as the API takes it, owning all that it points to. Throws when a text can't be
+/// A client record as the API takes it, owning all that it points to. Throws if a text can't be
 /// converted.
 class CClientRecord {
 public:
-    CClientRecord(const std::string& name, const HardwareAddress& hardwareAddress, DWORD address,
-                  DWORD mask, const std::string& comment, const DATE_TIME& leaseExpiry);
+    CClientRecord(const std::string& name, const HardwareAddress& hardwareAddress,
+                  std::uint32_t address, std::uint32_t mask, const std::string& comment,
+                  const DATE_TIME& leaseExpiry);
     CClientRecord(const CClientRecord&) = delete;
     CClientRecord& operator=(const CClientRecord&) = delete;
 
@@ -20,8 +19,8 @@ public:
     const HardwareAddress& Hardware() const { return m_hardwareAddress; }
 
 private:
-    CWideText m_name;
-    CWideText m_comment;
+    std::wstring m_name;
+    std::wstring m_comment;
     HardwareAddress m_hardwareAddress;
     DHCP_CLIENT_INFO_V4 m_info = {};
 };
@@ -33,57 +32,61 @@ private:
 /// once; nothing throws because a call failed.
 class CDHCPManager {
 public:
-    /// serverAddress: dotted address or host name, as the administrator gave it. Throws when it
-    /// can't be converted for the API.
+    /// serverAddress: dotted address or host name, as the administrator gave it. Throws if it can't
+    /// be converted for the API.
     explicit CDHCPManager(const std::string& serverAddress);
     virtual ~CDHCPManager() = default;
 
     /// Adds the enabled subnet. A failed GetHostInfo is no obstacle: the primary host stays empty.
     DWORD CreateSubnet(const std::string& scopeName, const std::string& networkId,
-                       const std::string& mask, const std::string& comment);
+                       const std::string& mask, const std::string& comment) const;
     /// The range covers every host address of the scope.
-    DWORD SetupIPRange(const std::string& networkId, const std::string& mask);
+    DWORD SetupIPRange(const std::string& networkId, const std::string& mask) const;
     /// Excludes one address from the scope's range.
-    DWORD CreateExclusion(const std::string& networkId, const std::string& address);
-    DWORD SetRouterOption(const std::string& networkId, const std::string& routerAddress);
-    DWORD SetLeaseDuration(const std::string& networkId, std::uint32_t leaseSeconds);
-    /// The primary host of the subnet whose id equals the server's own address; on almost every
-    /// server there is none. E_FAIL then, and the outputs are untouched.
-    HRESULT GetHostInfo(std::string& hostName, std::string& netBiosName, DWORD& ipAddress);
-    void DumpSubnetInfo(const DHCP_SUBNET_INFO& info);
+    DWORD CreateExclusion(const std::string& networkId, const std::string& address) const;
+    DWORD SetRouterOption(const std::string& networkId, const std::string& routerAddress) const;
+    DWORD SetLeaseDuration(const std::string& networkId, std::uint32_t leaseSeconds) const;
+    /// Finds the primary host of the subnet whose id equals the server's own address; on almost
+    /// every server there is none. Then returns E_FAIL and leaves the outputs unchanged.
+    HRESULT GetHostInfo(std::string& hostName, std::string& netBiosName,
+                        std::uint32_t& ipAddress) const;
+    static void DumpSubnetInfo(const DHCP_SUBNET_INFO& info);
 
-    static DWORD GetNetworkAddress(const std::string& address, const std::string& mask);
-    static DWORD GetFirstAddress(const std::string& networkId);
-    static DWORD GetLastAddress(const std::string& networkId, const std::string& mask);
+    static std::uint32_t GetNetworkAddress(const std::string& address, const std::string& mask);
+    static std::uint32_t GetFirstAddress(const std::string& networkId);
+    static std::uint32_t GetLastAddress(const std::string& networkId, const std::string& mask);
 
     /// Creates a client record that leases the address from now on. Reserves nothing.
     DWORD CreateClient(const std::string& name, const std::string& mac, const std::string& address,
                        const std::string& mask, const std::string& comment,
-                       std::uint32_t leaseSeconds);
+                       std::uint32_t leaseSeconds) const;
     /// Reserves the address for the MAC in the scope address AND mask.
     DWORD CreateReservation(const std::string& name, const std::string& mac,
-                            const std::string& address, const std::string& mask);
-    /// Client record, then reservation; the record stays when only the reservation fails. Allocates
-    /// nothing, so that what must not fail on our side can be made before: the record.
-    DWORD AddNewReservation(const CClientRecord& client, DWORD subnet);
-    /// Removes the reservation; where there is none, the server deletes the lease at the address.
-    DWORD RemoveClient(const HardwareAddress& hardwareAddress, DWORD address, DWORD subnet);
+                            const std::string& address, const std::string& mask) const;
+    /// Creates the client record, then the reservation; the record stays if only the reservation
+    /// fails. Allocates nothing, so that nothing on our side can fail any more: the caller makes
+    /// the record before.
+    DWORD AddNewReservation(const CClientRecord& client, std::uint32_t subnet) const;
+    /// Removes the reservation; if there is none, the server deletes the lease at the address.
+    DWORD RemoveClient(const HardwareAddress& hardwareAddress, std::uint32_t address,
+                       std::uint32_t subnet) const;
     /// Appends every client of the scope, of any type; what was read before a failure stays.
-    /// ERROR_MORE_DATA when the server promises more but does not go on.
-    DWORD GetDynamicClientInfo(const std::string& networkId, ClientList& clients);
+    /// Returns ERROR_MORE_DATA if the server promises more but makes no progress.
+    DWORD GetDynamicClientInfo(const std::string& networkId, ClientList& clients) const;
     /// Appends one byte per "-"-separated token: the low byte of its hexadecimal number, 00 for a
     /// token that has none, FF for one that exceeds 31 bits. Never fails.
-    void ConvertMAC(const std::string& mac, HardwareAddress& bytes);
+    static void ConvertMAC(const std::string& mac, HardwareAddress& bytes);
 
 private:
-    DWORD AddElement(DWORD subnet, const DHCP_SUBNET_ELEMENT_DATA_V4& element);
-    DWORD AddRangeElement(DWORD subnet, DHCP_SUBNET_ELEMENT_TYPE type, DHCP_IP_RANGE range);
+    DWORD AddElement(std::uint32_t subnet, const DHCP_SUBNET_ELEMENT_DATA_V4& element) const;
+    DWORD AddRangeElement(std::uint32_t subnet, DHCP_SUBNET_ELEMENT_TYPE type,
+                          DHCP_IP_RANGE range) const;
     DWORD SetScopeOption(const std::string& networkId, DHCP_OPTION_ID optionId,
-                         DHCP_OPTION_DATA_ELEMENT value);
-    DWORD CreateClientInfo(const CClientRecord& client);
-    DWORD AddReservationElement(const HardwareAddress& hardwareAddress, DWORD address,
-                                DWORD subnet);
+                         DHCP_OPTION_DATA_ELEMENT value) const;
+    DWORD CreateClientInfo(const CClientRecord& client) const;
+    DWORD AddReservationElement(const HardwareAddress& hardwareAddress, std::uint32_t address,
+                                std::uint32_t subnet) const;
 
     std::string m_serverAddress;
-    CWideText m_wideServerAddress;
+    std::wstring m_wideServerAddress;
 };

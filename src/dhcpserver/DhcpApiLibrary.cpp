@@ -1,18 +1,5 @@
 #include "dhcpserver/DhcpApiLibrary.h"
 
-namespace {
-
-constexpr const char* kEntryNames[] = {
-    "DhcpCreateSubnet",          "DhcpGetSubnetInfo",  "DhcpAddSubnetElementV4",
-    "DhcpRemoveSubnetElementV4", "DhcpSetOptionValue", "DhcpCreateClientInfoV4",
-    "DhcpEnumSubnetClientsV4",   "DhcpRpcFreeMemory",
-};
-
-}  // namespace
-
-CDhcpApiLibrary::CDhcpApiLibrary()
-    : m_library("dhcpsapi.dll", DiagTools::kSystemLibrary, kEntryNames) {}
-
 CDhcpApiLibrary& CDhcpApiLibrary::Instance() {
     static CDhcpApiLibrary instance;
     return instance;
@@ -20,7 +7,7 @@ CDhcpApiLibrary& CDhcpApiLibrary::Instance() {
 
 void CDhcpApiLibrary::Free(void* block) {
     if (block)
-        m_library.Entry<DhcpRpcFreeMemoryFn>(kFreeMemory)(block);
+        m_freeMemory(block);
 }
 
 void CDhcpApiLibrary::FreeSubnetInfo(DHCP_SUBNET_INFO* info) {

@@ -1,6 +1,6 @@
 #include "diagtools/DiagTrace.h"
 
-#include <iterator>
+#include <cstring>
 
 #include "diagtools/InternalTrace.h"
 #include "diagtools/ModuleStatistics.h"
@@ -16,100 +16,42 @@ int LastError() {
     return static_cast<int>(::GetLastError());
 }
 
-// The entries of DTClient.dll as this tool calls them.
-using RegisterModuleFn = void*(HMODULE module, const char* modulePath, const char* text1,
-                               const char* text2);
-using UnregisterModuleFn = void(void* registration);
-using TraceStrFn = void(void* registration, const char* file, std::uint32_t line,
-                        const char* function, std::uint32_t level, std::uint32_t reserved1,
-                        std::uint32_t reserved2, const char* text);
-using TraceBufferFn = void(void* registration, const char* file, std::uint32_t line,
-                           const char* function, std::uint32_t level, std::uint32_t reserved1,
-                           std::uint32_t reserved2, const void* buffer, std::uint32_t bytes);
-using GetFilterFn = std::uint32_t(void* registration);
-
-constexpr const char* kClientEntries[] = {
-    "DTRegisterModule",   "DTTraceStr",    "DTTraceID",   "DTTraceBuffer",
-    "DTUnregisterModule", "DTPersistence", "DTGetFilter",
+struct MissingEntry {
+    const char* entry;
+    void (*write)(int error);
 };
+#define MISSING_ENTRY(entry, fault)                                   \
+    {                                                                 \
+        entry, [](int error) { CInternalTrace::Write(fault, error); } \
+    }
 
-// What DT.LOG says of an entry that is missing. Kept as released: the entry "DTUnregisterModule" is
-// written "DTUnRegisterModule"; whoever searches old logs finds this spelling.
-constexpr void (*kWriteMissingEntry[])(int error) = {
-    [](int error) {
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnRegisterModule = "
-            "(_DIAG_REGISTERMODULE)MyGetProcAddress(m_hModule, \"DTRegisterModule\"); Failed "
-            "GetLastError "
-            "Returned %d\n",
-            error);
-    },
-    [](int error) {
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnTraceStr = (_DIAG_TRACESTR)MyGetProcAddress(m_hModule, "
-            "\"DTTraceStr\"); Failed GetLastError Returned %d\n",
-            error);
-    },
-    [](int error) {
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnTraceID = (_DIAG_TRACEID)MyGetProcAddress(m_hModule, "
-            "\"DTTraceID\"); Failed GetLastError Returned %d\n",
-            error);
-    },
-    [](int error) {
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnTraceBuffer = "
-            "(_DIAG_TRACEBUFFER)MyGetProcAddress(m_hModule, "
-            "\"DTTraceBuffer\"); Failed GetLastError Returned %d\n",
-            error);
-    },
-    [](int error) {
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnUnRegisterModule = "
-            "(_DIAG_UNREGISTERMODULE)MyGetProcAddress(m_hModule, \"DTUnRegisterModule\"); Failed "
-            "GetLastError Returned %d\n",
-            error);
-    },
-    [](int error) {
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnPersistence = "
-            "(_DIAG_PERSISTENCE)MyGetProcAddress(m_hModule, "
-            "\"DTPersistence\"); Failed GetLastError Returned %d\n",
-            error);
-    },
-    [](int error) {
-        CInternalTrace::Write(
-            "CDiagTrace::CDiagTrace m_pfnGetFilter = (_DIAG_GETFILTER)MyGetProcAddress(m_hModule, "
-            "\"DTGetFilter\"); Failed GetLastError Returned %d\n",
-            error);
-    },
+// What DT.LOG says about an entry that is missing. Kept for those who search old logs: the entry
+// "DTUnregisterModule" is written "DTUnRegisterModule".
+// clang-format off
+constexpr MissingEntry kMissingEntries[] = {
+    MISSING_ENTRY("DTRegisterModule", "CDiagTrace::CDiagTrace m_pfnRegisterModule = (_DIAG_REGISTERMODULE)MyGetProcAddress(m_hModule, \"DTRegisterModule\"); Failed GetLastError Returned %d\n"),
+    MISSING_ENTRY("DTTraceStr", "CDiagTrace::CDiagTrace m_pfnTraceStr = (_DIAG_TRACESTR)MyGetProcAddress(m_hModule, \"DTTraceStr\"); Failed GetLastError Returned %d\n"),
+    MISSING_ENTRY("DTTraceID", "CDiagTrace::CDiagTrace m_pfnTraceID = (_DIAG_TRACEID)MyGetProcAddress(m_hModule, \"DTTraceID\"); Failed GetLastError Returned %d\n"),
+    MISSING_ENTRY("DTTraceBuffer", "CDiagTrace::CDiagTrace m_pfnTraceBuffer = (_DIAG_TRACEBUFFER)MyGetProcAddress(m_hModule, \"DTTraceBuffer\"); Failed GetLastError Returned %d\n"),
+    MISSING_ENTRY("DTUnregisterModule", "CDiagTrace::CDiagTrace m_pfnUnRegisterModule = (_DIAG_UNREGISTERMODULE)MyGetProcAddress(m_hModule, \"DTUnRegisterModule\"); Failed GetLastError Returned %d\n"),
+    MISSING_ENTRY("DTPersistence", "CDiagTrace::CDiagTrace m_pfnPersistence = (_DIAG_PERSISTENCE)MyGetProcAddress(m_hModule, \"DTPersistence\"); Failed GetLastError Returned %d\n"),
+    MISSING_ENTRY("DTGetFilter", "CDiagTrace::CDiagTrace m_pfnGetFilter = (_DIAG_GETFILTER)MyGetProcAddress(m_hModule, \"DTGetFilter\"); Failed GetLastError Returned %d\n"),
 };
-static_assert(std::size(kWriteMissingEntry) == std::size(kClientEntries));
+// clang-format on
+#undef MISSING_ENTRY
 
 }  // namespace
 
 std::uint32_t traceFilter = 255;
-
-bool CDiagTrace::Throttle::Allows() {
-    const ULONGLONG now = ::GetTickCount64();
-    if (m_used && now - m_lastTick < kFaultIntervalMs)
-        return false;
-    m_used = true;
-    m_lastTick = now;
-    return true;
-}
 
 CDiagTrace& CDiagTrace::Instance() {
     static CDiagTrace instance;
     return instance;
 }
 
-// Searched as any library is, the PATH included: the gateway puts its trace client where it likes.
-CDiagTrace::CDiagTrace() : m_client("DTClient.dll", 0, kClientEntries) {}
-
 CDiagTrace::~CDiagTrace() {
     if (m_hRegMod)
-        m_client.Entry<UnregisterModuleFn>(kUnregisterModule)(m_hRegMod);
+        m_client.UnregisterModule(m_hRegMod);
     m_client.Unload();
 }
 
@@ -118,15 +60,17 @@ void CDiagTrace::LoadClient() {
     const DWORD error = m_client.Load();
     if (error == ERROR_SUCCESS)
         return;
-    if (m_client.IsLoaded())
-        kWriteMissingEntry[m_client.Found()](static_cast<int>(error));
-    else if (m_loadFault.Allows())
+    const char* const missing = m_client.MissingEntry();
+    if (!missing)
         CInternalTrace::Write(
             "CDiagTrace::CDiagTrace HMODULE m_hModule = LoadLibrary(_T(\"DTClient.dll\")); "
             "Failed GetLastError Returned %d\n",
             static_cast<int>(error));
+    for (const MissingEntry& row : kMissingEntries)
+        if (missing && std::strcmp(row.entry, missing) == 0)
+            row.write(static_cast<int>(error));
     // An incomplete library is as good as none: nothing is handed to it.
-    m_incomplete = m_client.Found() > kRegisterModule;
+    m_incomplete = missing && std::strcmp(missing, kMissingEntries[0].entry) != 0;
     m_client.Unload();
 }
 
@@ -142,9 +86,8 @@ void CDiagTrace::RegisterSavedModule() {
         LoadClient();
     if (m_incomplete)  // LoadClient has written the fault
         return;
-    if (!m_hSavedAppModuled || !IsReady()) {
-        if (m_registerFault.Allows())
-            CInternalTrace::Write("CDiagTrace::Register Receive hModule NULL\n");
+    if (!m_hSavedAppModuled || m_client.Load() != ERROR_SUCCESS) {
+        WriteMissingModule();
         return;
     }
     char modulePath[MAX_PATH] = "";
@@ -155,13 +98,21 @@ void CDiagTrace::RegisterSavedModule() {
             LastError());
         return;
     }
-    m_hRegMod = m_client.Entry<RegisterModuleFn>(kRegisterModule)(m_hSavedAppModuled, modulePath,
-                                                                  m_text1.c_str(), m_text2.c_str());
+    m_hRegMod =
+        m_client.RegisterModule(m_hSavedAppModuled, modulePath, m_text1.c_str(), m_text2.c_str());
     if (!m_hRegMod)
         CInternalTrace::Write(
             "CDiagTrace::Register m_hRegMod = (*m_pfnRegisterModule)(0, szModuleName); Failed "
             "GetLastError Returned %d\n",
             LastError());
+}
+
+void CDiagTrace::WriteMissingModule() {
+    const ULONGLONG now = ::GetTickCount64();
+    if (now < m_nextMissingModule)
+        return;
+    m_nextMissingModule = now + kFaultIntervalMs;
+    CInternalTrace::Write("CDiagTrace::Register Receive hModule NULL\n");
 }
 
 void CDiagTrace::LoadAndRegisterWhenNeeded() {
@@ -171,7 +122,7 @@ void CDiagTrace::LoadAndRegisterWhenNeeded() {
 
 std::uint32_t CDiagTrace::GetFilter() {
     LoadAndRegisterWhenNeeded();
-    return m_hRegMod ? m_client.Entry<GetFilterFn>(kGetFilter)(m_hRegMod) | kAlwaysOn : kAlwaysOn;
+    return m_hRegMod ? m_client.GetFilter(m_hRegMod) | kAlwaysOn : kAlwaysOn;
 }
 
 void CDiagTrace::Trace(const char* file, std::uint32_t line, const char* function,
@@ -185,8 +136,7 @@ void CDiagTrace::Trace(const char* file, std::uint32_t line, const char* functio
     LoadAndRegisterWhenNeeded();
     CModuleStatistics::CountTraceLine(level);
     if (m_hRegMod)
-        m_client.Entry<TraceStrFn>(kTraceStr)(m_hRegMod, file, line, function, level, reserved1,
-                                              reserved2, text);
+        m_client.TraceStr(m_hRegMod, file, line, function, level, reserved1, reserved2, text);
 }
 
 void CDiagTrace::TraceBuffer(const char* file, std::uint32_t line, const char* function,
@@ -199,9 +149,8 @@ void CDiagTrace::TraceBuffer(const char* file, std::uint32_t line, const char* f
     LoadAndRegisterWhenNeeded();
     CModuleStatistics::CountTraceLine(level);
     if (m_hRegMod)
-        m_client.Entry<TraceBufferFn>(kTraceBuffer)(m_hRegMod, file, line, function, level,
-                                                    reserved1, reserved2, buffer,
-                                                    static_cast<std::uint32_t>(length));
+        m_client.TraceBuffer(m_hRegMod, file, line, function, level, reserved1, reserved2, buffer,
+                             static_cast<std::uint32_t>(length));
 }
 
 }  // namespace DiagTools

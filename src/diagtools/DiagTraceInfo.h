@@ -1,7 +1,7 @@
 #pragma once
 
 #include "diagtools/DiagTrace.h"
-#include "diagtools/PrintfFormat.h"
+#include "win/PrintfFormat.h"
 
 namespace DiagTools {
 
@@ -14,8 +14,9 @@ enum TraceLevel : std::uint32_t {
     kTraceRecord = 128   // one line per record or address
 };
 
-/// "CDHCPManager::CreateSubnet" cut out of the compiler's signature at compile time: the last two
-/// components of the name before the parameter list, an anonymous namespace left out.
+/// "CDHCPManager::CreateSubnet", cut out of the compiler's signature at compile time: the last two
+/// components of the name before the parameter list, without an anonymous namespace. So the name of
+/// a method that traces is part of the log: do not rename, split or wrap one for taste.
 struct FunctionTag {
     constexpr explicit FunctionTag(const char* signature);
     char text[128];
@@ -89,16 +90,18 @@ constexpr FunctionTag::FunctionTag(const char* signature) : text{} {
 #define DT_FUNCTION() static constexpr DiagTools::FunctionTag dtTag_(DT_SIGNATURE)
 #define DT_HERE kTraceFile, __LINE__, dtTag_.text
 
-// A level that is off costs this one test: nothing is built and the client is not asked.
-#define DT_WHEN_ON(level, operation)                    \
-    do {                                                \
-        if ((DiagTools::traceFilter & (level)) != 0) {  \
-            DT_FUNCTION();                              \
-            DiagTools::CDiagTraceInfo dtInfo_(DT_HERE); \
-            dtInfo_.operation;                          \
-        }                                               \
+// level: a TraceLevel without its namespace. A level that is off costs this one test: nothing is
+// built and the client is not asked.
+#define DT_WHEN_ON(level, operation)                            \
+    do {                                                        \
+        if ((DiagTools::traceFilter & DiagTools::level) != 0) { \
+            DT_FUNCTION();                                      \
+            DiagTools::CDiagTraceInfo dtInfo_(DT_HERE);         \
+            dtInfo_.operation;                                  \
+        }                                                       \
     } while (false)
 
-#define DT_TRACE(level, ...) DT_WHEN_ON(level, operator()((level), __VA_ARGS__))
-#define DT_TRACE_TEXT(level, text) DT_WHEN_ON(level, TraceText((level), (text)))
-#define DT_TRACE_BUFFER(level, data, bytes) DT_WHEN_ON(level, TraceBuffer((level), (data), (bytes)))
+#define DT_TRACE(level, ...) DT_WHEN_ON(level, operator()(DiagTools::level, __VA_ARGS__))
+#define DT_TRACE_TEXT(level, text) DT_WHEN_ON(level, TraceText(DiagTools::level, (text)))
+#define DT_TRACE_BUFFER(level, data, bytes) \
+    DT_WHEN_ON(level, TraceBuffer(DiagTools::level, (data), (bytes)))

@@ -1,8 +1,8 @@
 // The HRESULT check: a failed result is traced with the text of the expression that gave it.
 //
-// In the macros the text is the code itself: names inside of them are part of the log and are not
-// to be changed, not even one that looks clumsy. clang-format is told to leave them alone; when a
-// call needs a second line, break it by hand after a comma (a break there reads as one blank).
+// In the macros the text is the code itself: the names inside are part of the log, so not even a
+// clumsy one is changed. clang-format leaves these macros alone. If a call needs a second line,
+// break it by hand after a comma (such a break reads as one blank).
 #pragma once
 
 #include <windows.h>
@@ -40,14 +40,18 @@ HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
 #define LOG_IF_FAILED(...) LOG_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 #define RETURN_IF_FAILED(...) RETURN_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 
-// Decision 0002. One record's misfortune must not cost the others: what the statement throws
-// (memory running out over a text of data, say) is traced at level 1 and the loop goes on.
-#define CONTAIN_EXCEPTIONS(statement)                                           \
-    do {                                                                        \
-        try {                                                                   \
-            statement;                                                          \
-        } catch (const std::exception& dtException_) {                          \
-            DT_TRACE(DiagTools::kTraceError, "Record left out, exception [%s]", \
-                     dtException_.what());                                      \
-        }                                                                       \
-    } while (false)
+// Decision 0002. Follows a try block in a loop over records: one bad record must not stop the rest.
+// What was thrown (memory running out over a text of data, say) is traced at level 1.
+#define CATCH_RECORD()                                                                 \
+    catch (const std::exception& dtException_) {                                       \
+        DT_TRACE(kTraceError, "Record left out, exception [%s]", dtException_.what()); \
+    }
+
+// The same, except that the exception passes if the records must be complete: those of a batch
+// file.
+#define CATCH_RECORD_UNLESS(complete)                                                  \
+    catch (const std::exception& dtException_) {                                       \
+        if (complete)                                                                  \
+            throw;                                                                     \
+        DT_TRACE(kTraceError, "Record left out, exception [%s]", dtException_.what()); \
+    }

@@ -6,7 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "diagtools/Handle.h"
+#include "win/AnsiPath.h"
+#include "win/Handles.h"
 
 namespace DiagTools {
 namespace {
@@ -15,29 +16,16 @@ constexpr std::size_t kMessageChars = 32768;
 constexpr std::size_t kTimeChars = 64;
 constexpr LONGLONG kMaxFileBytes = 1024000;
 
-/// Opens the file unshared and as itself: a link planted in the temporary directory under our name
-/// must not make an elevated run append to a file of the planter's choice.
+/// Opens the file unshared, and the file itself rather than what a link names: a link planted in
+/// the temporary folder under our name must not make an elevated run write to another file.
 Handle OpenUnshared(const char* path, DWORD disposition) {
-    const HANDLE handle =
-        ::CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, disposition,
-                      FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
-        return nullptr;
-    Handle file(handle);
+    Handle file = OpenFileHandle(path, GENERIC_READ | GENERIC_WRITE, 0, disposition,
+                                 FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT);
     BY_HANDLE_FILE_INFORMATION info;
-    if (!::GetFileInformationByHandle(handle, &info) || info.nNumberOfLinks > 1 ||
+    if (!file || !::GetFileInformationByHandle(file.get(), &info) || info.nNumberOfLinks > 1 ||
         (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)
         return nullptr;
     return file;
-}
-
-void LogPath(char (&path)[MAX_PATH + 16]) {
-    const DWORD length = ::GetTempPathA(MAX_PATH, path);
-    if (length == 0 || length > MAX_PATH)
-        std::strcpy(path, ".\\");
-    const std::size_t end = std::strlen(path);
-    const char last = end > 0 ? path[end - 1] : '\0';
-    std::strcat(path, last == '\\' || last == '/' ? "DT.LOG" : "\\DT.LOG");
 }
 
 }  // namespace
@@ -57,8 +45,12 @@ void CInternalTrace::Write(const char* format, ...) {
     va_end(arguments);
     std::strcat(message, "\r\n");
 
-    char path[MAX_PATH + 16];
-    LogPath(path);
+    TemporaryPath folder;
+    GetTemporaryFolder(folder);
+    const char last = folder[std::strlen(folder) - 1];
+    char path[sizeof(folder) + sizeof("\\DT.LOG")];
+    std::strcpy(path, folder);
+    std::strcat(path, last == '\\' || last == '/' ? "DT.LOG" : "\\DT.LOG");
     Handle file = OpenUnshared(path, OPEN_ALWAYS);
     LARGE_INTEGER size;
     if (file && ::GetFileSizeEx(file.get(), &size) && size.QuadPart > kMaxFileBytes) {

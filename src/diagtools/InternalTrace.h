@@ -1,6 +1,6 @@
 #pragma once
 
-#include "diagtools/PrintfFormat.h"
+#include "win/PrintfFormat.h"
 
 namespace DiagTools {
 

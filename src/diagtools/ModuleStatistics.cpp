@@ -1,8 +1,8 @@
 #include "diagtools/ModuleStatistics.h"
 
 #include "diagtools/DiagTraceInfo.h"
-#include "diagtools/ModulePath.h"
 #include "diagtools/StatisticsMemory.h"
+#include "win/AnsiPath.h"
 
 namespace DiagTools {
 namespace {
@@ -38,6 +38,10 @@ void CModuleStatistics::CountTraceLine(std::uint32_t level) {
 
 std::uint32_t CModuleStatistics::ErrorLines() {
     return errorLines;
+}
+
+void CModuleStatistics::SetErrorLines(std::uint32_t lines) {
+    errorLines = lines;
 }
 
 }  // namespace DiagTools

@@ -19,6 +19,8 @@ public:
     static void CountTraceLine(std::uint32_t level);
     /// Lines of level 1 traced by this process so far.
     static std::uint32_t ErrorLines();
+    /// Takes back lines that turned out to mean no failure.
+    static void SetErrorLines(std::uint32_t lines);
 };
 
 }  // namespace DiagTools

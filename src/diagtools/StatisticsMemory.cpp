@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "diagtools/AnsiText.h"
+#include "win/AnsiPath.h"
 
 namespace DiagTools {
 namespace {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "diagtools/Handle.h"
 #include "diagtools/ModuleStatisticsLayout.h"
+#include "win/Handles.h"
 
 namespace DiagTools {
 

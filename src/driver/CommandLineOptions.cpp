@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "dhcpserver/Lease.h"
+#include "dhcpserver/DhcpOptions.h"
 
 namespace po = boost::program_options;
 
@@ -49,9 +49,8 @@ constexpr Option kOptions[] = {
 // case.
 constexpr int kParserStyle = 2047;
 
-// Decision 0018. The library is laxer than this tool promises in four places. A wrong command line
-// must end in the help, not in another command than the administrator meant; so each is closed
-// here.
+// Decision 0018. The library is laxer than this tool promises in four places; each is closed here.
+// A wrong command line must end in the help, not in a command that the administrator did not mean.
 
 [[noreturn]] void ThrowUnknownOption(const std::string& token) {
     po::unknown_option error;
@@ -79,19 +78,21 @@ void RejectUnknownLetter(const po::options_description& description, const std::
     }
 }
 
-/// The library notices a second occurrence only when that one carries a value of its own.
+template <class Error>
+[[noreturn]] void ThrowAbout(const po::option& option, Error error) {
+    error.add_context(
+        option.string_key,
+        option.original_tokens.empty() ? option.string_key : option.original_tokens[0],
+        po::command_line_style::allow_long);
+    throw error;
+}
+
+/// The library notices a second occurrence only if that one has a value of its own.
 void RejectRepetitions(const po::parsed_options& parsed) {
     std::set<std::string> seen;
-    for (const po::option& option : parsed.options) {
-        if (option.string_key.empty() || seen.insert(option.string_key).second)
-            continue;
-        po::multiple_occurrences error;
-        error.add_context(
-            option.string_key,
-            option.original_tokens.empty() ? option.string_key : option.original_tokens[0],
-            po::command_line_style::allow_long);
-        throw error;
-    }
+    for (const po::option& option : parsed.options)
+        if (!option.string_key.empty() && !seen.insert(option.string_key).second)
+            ThrowAbout(option, po::multiple_occurrences());
 }
 
 /// The library reads "-5" as an unsigned number by wrapping it round.
@@ -99,14 +100,8 @@ void RejectNegativeNumbers(const po::parsed_options& parsed) {
     for (const po::option& option : parsed.options) {
         const bool number =
             option.string_key == kOptionLeaseDuration || option.string_key == kOptionErrorDesc;
-        if (!number || option.value.empty() || option.value[0].find('-') != 0)
-            continue;
-        po::invalid_option_value error(option.value[0]);
-        error.add_context(
-            option.string_key,
-            option.original_tokens.empty() ? option.string_key : option.original_tokens[0],
-            po::command_line_style::allow_long);
-        throw error;
+        if (number && !option.value.empty() && option.value[0].find('-') == 0)
+            ThrowAbout(option, po::invalid_option_value(option.value[0]));
     }
 }
 

@@ -1,8 +1,7 @@
 #include "driver/CommandSummary.h"
 
-#include <cstdio>
-
 #include "diagtools/EventLogWriter.h"
+#include "driver/output/Format.h"
 
 namespace {
 
@@ -14,7 +13,7 @@ CCommandSummary::~CCommandSummary() {
     try {
         Report();
     } catch (const std::exception&) {
-        // Without memory for an event the log does without it.
+        // Out of memory: skip the event.
     }
 }
 
@@ -23,17 +22,15 @@ void CCommandSummary::Report() const {
     const bool thrown = std::uncaught_exceptions() > m_exceptionsBefore;
     if (!m_changes && errors == 0 && !thrown)
         return;
-    char text[256];
+    std::string text;
     if (thrown)
-        std::snprintf(text, sizeof(text),
-                      "Command [%s] ended by an exception, error lines traced [%lu].", m_command,
+        text = Format("Command [%s] ended by an exception, error lines traced [%lu].", m_command,
                       errors);
     else if (m_executed)
-        std::snprintf(text, sizeof(text), "Command [%s] executed, error lines traced [%lu].",
-                      m_command, errors);
+        text = Format("Command [%s] executed, error lines traced [%lu].", m_command, errors);
     else
-        std::snprintf(text, sizeof(text), "Command [%s] not executed.", m_command);
+        text = Format("Command [%s] not executed.", m_command);
     const bool clean = m_executed && errors == 0 && !thrown;
     DiagTools::CEventLogWriter::Report(clean ? EVENTLOG_INFORMATION_TYPE : EVENTLOG_WARNING_TYPE,
-                                       kCommandEventId, text);
+                                       kCommandEventId, text.c_str());
 }

@@ -9,18 +9,17 @@
 
 #include "clients/DHCPClientInfoImpl.h"
 #include "clients/MACUpdateImpl.h"
-#include "dhcpserver/Lease.h"
+#include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
 #include "driver/CommandLineOptions.h"
 #include "driver/CommandSummary.h"
 #include "driver/DHCPErrorMsg.h"
 #include "driver/DriverTexts.h"
-#include "driver/FormatText.h"
-#include "driver/TempFile.h"
 #include "driver/output/OutputMsg.h"
 #include "netsh/NetshCommands.h"
 #include "scopes/DHCPSegmentInfoImpl.h"
 #include "ui/FileNameInput.h"
+#include "win/AnsiPath.h"
 
 namespace po = boost::program_options;
 
@@ -28,8 +27,19 @@ namespace {
 
 constexpr char kTraceFile[] = "DHCPCommandParser";
 
-const std::string missingServerMessage =
-    std::string(kMissingServerBefore) + kOptionDhcpServerIp + kMissingServerAfter;
+/// Deletes a temporary file at the end of the work on it, even if that throws.
+class CTempFile {
+public:
+    explicit CTempFile(const std::string& name) : m_name(name) {}
+    ~CTempFile() { ::DeleteFileA(m_name.c_str()); }
+    CTempFile(const CTempFile&) = delete;
+    CTempFile& operator=(const CTempFile&) = delete;
+
+    const std::string& Name() const { return m_name; }
+
+private:
+    std::string m_name;
+};
 
 }  // namespace
 
@@ -49,11 +59,14 @@ void CDHCPCommandParser::ExecuteCommands(int argc, const char* const* argv) {
             DispatchCommand(description, variables);
         }
     } catch (const std::exception& escaped) {
-        DT_TRACE(DiagTools::kTraceError, "Command ended by exception [%s]", escaped.what());
-        // Without this the run would look like one that went well.
-        CONTAIN_EXCEPTIONS(Display(FormatText(kCommandEnded, escaped.what())));
+        DT_TRACE(kTraceError, "Command ended by exception [%s]", escaped.what());
+        try {
+            // Without this the run would look like one that went well.
+            Display(Format(kCommandEnded, escaped.what()));
+        }
+        CATCH_RECORD()
     }
-    DT_TRACE(DiagTools::kTraceProgress, "Execute Command DONE");
+    DT_TRACE(kTraceProgress, "Execute Command DONE");
 }
 
 bool CDHCPCommandParser::SetCommandLineOptions(int argc, const char* const* argv,
@@ -64,7 +77,7 @@ bool CDHCPCommandParser::SetCommandLineOptions(int argc, const char* const* argv
         po::notify(variables);
         return true;
     } catch (const std::exception& invalid) {
-        DT_TRACE(DiagTools::kTraceError, "Invalid Option specified [%s]", invalid.what());
+        DT_TRACE(kTraceError, "Invalid Option specified [%s]", invalid.what());
         return false;
     }
 }
@@ -95,51 +108,21 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
         bool (*run)(Parser&, const Value&);  // as the operations return
     };
     // The first one present runs. The values of the commands without a file are not used.
+    // clang-format off
     static constexpr Command kCommands[] = {
-        {kOptionExportClients, false,
-         [](Parser& parser, const Value& file) {
-             return parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true);
-         }},
-        {kOptionExportScopes, false,
-         [](Parser& parser, const Value& file) {
-             return parser.ExecuteExportScopesCommand(file.as<std::string>(), NetshWriter(), true);
-         }},
-        {kOptionUpdateMAC, true,
-         [](Parser& parser, const Value&) {
-             parser.ExecuteUpdateMACCommand();
-             return true;
-         }},
-        {kOptionScopesIPInfo, true,
-         [](Parser& parser, const Value&) {
-             parser.ExecuteUpdateScopesIpInfo();
-             return true;
-         }},
-        {kOptionErrorDesc, false,
-         [](Parser& parser, const Value& code) {
-             parser.ExecuteErrorDescriptionCommand(code.as<unsigned int>());
-             return true;
-         }},
-        {kOptionUpdateClients, true,
-         [](Parser& parser, const Value& file) {
-             return parser.ExecuteUpdateClientsCommand(file.as<std::string>());
-         }},
-        {kOptionUpdateScopes, true,
-         [](Parser& parser, const Value& file) {
-             return parser.ExecuteUpdateScopesCommand(file.as<std::string>());
-         }},
-        {kOptionGenerateBatch, true,
-         [](Parser& parser, const Value& file) {
-             return parser.ExecuteGenerateBatchCommand(file.as<std::string>());
-         }},
-        {kOptionAutoUpdate, true,
-         [](Parser& parser, const Value&) { return parser.ExecuteSilentModeCommand(); }},
-        {kOptionSetDhcpServerIp, true,
-         [](Parser& parser, const Value&) { return parser.ExecuteSetDHCPServerIpCommand(); }},
-        {kOptionReservation, true,
-         [](Parser& parser, const Value& scopeId) {
-             return parser.ExecuteReservationCommand(scopeId.as<std::string>());
-         }},
+        {kOptionExportClients, false, [](Parser& parser, const Value& file) { return parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true); }},
+        {kOptionExportScopes, false, [](Parser& parser, const Value& file) { return parser.ExecuteExportScopesCommand(file.as<std::string>(), NetshWriter(), true); }},
+        {kOptionUpdateMAC, true, [](Parser& parser, const Value&) { return parser.ExecuteUpdateMACCommand(); }},
+        {kOptionScopesIPInfo, true, [](Parser& parser, const Value&) { return parser.ExecuteUpdateScopesIpInfo(); }},
+        {kOptionErrorDesc, false, [](Parser& parser, const Value& code) { return parser.ExecuteErrorDescriptionCommand(code.as<unsigned int>()); }},
+        {kOptionUpdateClients, true, [](Parser& parser, const Value& file) { return parser.ExecuteUpdateClientsCommand(file.as<std::string>()); }},
+        {kOptionUpdateScopes, true, [](Parser& parser, const Value& file) { return parser.ExecuteUpdateScopesCommand(file.as<std::string>()); }},
+        {kOptionGenerateBatch, true, [](Parser& parser, const Value& file) { return parser.ExecuteGenerateBatchCommand(file.as<std::string>()); }},
+        {kOptionAutoUpdate, true, [](Parser& parser, const Value&) { return parser.ExecuteSilentModeCommand(); }},
+        {kOptionSetDhcpServerIp, true, [](Parser& parser, const Value&) { return parser.ExecuteSetDHCPServerIpCommand(); }},
+        {kOptionReservation, true, [](Parser& parser, const Value& scopeId) { return parser.ExecuteReservationCommand(scopeId.as<std::string>()); }},
     };
+    // clang-format on
     for (const Command& command : kCommands) {
         if (variables.count(command.option) == 0)
             continue;
@@ -153,13 +136,13 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
 void CDHCPCommandParser::DisplayHelp(const Description& description) {
     Display(kHelpTitle);
     for (const auto& option : description.options())
-        Display(FormatText(kHelpLine, option->format_name(), option->description()));
+        Display(Format(kHelpLine, option->format_name().c_str(), option->description().c_str()));
 }
 
 bool CDHCPCommandParser::ExecuteExportClientsCommand(std::string fileName,
                                                      const NetshWriter& netshWriter,
                                                      bool showMessages) {
-    DT_TRACE(DiagTools::kTraceProgress, "Executing Export Clients Info Command in file [%s]",
+    DT_TRACE(kTraceProgress, "Executing Export Clients Info Command in file [%s]",
              fileName.c_str());
     CDHCPClientInfoImpl clients(m_output, netshWriter);
     if (!ChooseFileName(fileName, kDefaultClientsFile, DialogMode::Save))
@@ -168,15 +151,14 @@ bool CDHCPCommandParser::ExecuteExportClientsCommand(std::string fileName,
         Display(kExportClientsStart);
     clients.GetDHCPInfo(fileName);
     if (showMessages)
-        Display(FormatText(kExportDone, fileName));
+        Display(Format(kExportDone, fileName.c_str()));
     return true;
 }
 
 bool CDHCPCommandParser::ExecuteExportScopesCommand(std::string fileName,
                                                     const NetshWriter& netshWriter,
                                                     bool showMessages) {
-    DT_TRACE(DiagTools::kTraceProgress, "Executing Export Scopes Info Command in file [%s]",
-             fileName.c_str());
+    DT_TRACE(kTraceProgress, "Executing Export Scopes Info Command in file [%s]", fileName.c_str());
     CDHCPSegmentInfoImpl scopes(m_output, m_leaseDuration, netshWriter, m_useAdapterFlag);
     if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Save))
         return false;
@@ -184,21 +166,21 @@ bool CDHCPCommandParser::ExecuteExportScopesCommand(std::string fileName,
         Display(kExportScopesStart);
     scopes.GetDHCPInfo(fileName);
     if (showMessages)
-        Display(FormatText(kExportDone, fileName));
+        Display(Format(kExportDone, fileName.c_str()));
     return true;
 }
 
 bool CDHCPCommandParser::ExecuteUpdateClientsCommand(std::string fileName) {
     if (!HasServerAddress())
         return false;
-    DT_TRACE(DiagTools::kTraceProgress,
+    DT_TRACE(kTraceProgress,
              "Executing Update Clients Info Command from file [%s] on DHCP server [%s]",
              fileName.c_str(), m_dhcpServerIp.c_str());
     CDHCPClientInfoImpl clients(m_output, m_dhcpServerIp, m_leaseDuration);
-    // Kept as released: the scopes file is proposed for the clients too.
+    // Kept for compatibility: the scopes file is proposed for the clients too.
     if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Open))
         return false;
-    Display(FormatText(kUpdateClientsStart, fileName));
+    Display(Format(kUpdateClientsStart, fileName.c_str()));
     clients.SetDHCPInfo(fileName);
     Display(kUpdateClientsDone);
     return true;
@@ -207,38 +189,41 @@ bool CDHCPCommandParser::ExecuteUpdateClientsCommand(std::string fileName) {
 bool CDHCPCommandParser::ExecuteUpdateScopesCommand(std::string fileName) {
     if (!HasServerAddress())
         return false;
-    DT_TRACE(DiagTools::kTraceProgress,
+    DT_TRACE(kTraceProgress,
              "Executing Update Scopes Info Command from file [%s] on DHCP server [%s]",
              fileName.c_str(), m_dhcpServerIp.c_str());
     CDHCPSegmentInfoImpl scopes(m_output, m_dhcpServerIp, m_leaseDuration);
     if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Open))
         return false;
-    Display(FormatText(kUpdateScopesStart, fileName));
+    Display(Format(kUpdateScopesStart, fileName.c_str()));
     scopes.SetDHCPInfo(fileName);
     Display(kUpdateScopesDone);
     return true;
 }
 
-void CDHCPCommandParser::ExecuteUpdateMACCommand() {
-    DT_TRACE(DiagTools::kTraceProgress, "Executing Update MAC Command");
+bool CDHCPCommandParser::ExecuteUpdateMACCommand() {
+    DT_TRACE(kTraceProgress, "Executing Update MAC Command");
     CMACUpdateImpl update(m_output);
     Display(kMacUpdateStart);
     update.DoMACUpdate();
     Display(kMacUpdateDone);
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteUpdateScopesIpInfo() {
-    DT_TRACE(DiagTools::kTraceProgress, "Executing Scopes IP Info in XML Command");
+bool CDHCPCommandParser::ExecuteUpdateScopesIpInfo() {
+    DT_TRACE(kTraceProgress, "Executing Scopes IP Info in XML Command");
     CDHCPSegmentInfoImpl scopes(m_output, m_useAdapterFlag);
     Display(kScopeAddressesStart);
     scopes.SetDHCPIpInfo();
     Display(kScopeAddressesDone);
+    return true;
 }
 
-void CDHCPCommandParser::ExecuteErrorDescriptionCommand(std::uint32_t errorCode) {
-    DT_TRACE(DiagTools::kTraceProgress, "Executing error description Command for error [%lu]",
+bool CDHCPCommandParser::ExecuteErrorDescriptionCommand(std::uint32_t errorCode) {
+    DT_TRACE(kTraceProgress, "Executing error description Command for error [%lu]",
              static_cast<unsigned long>(errorCode));
     Display(CDHCPErrorMsg(errorCode).GetDescription());
+    return true;
 }
 
 bool CDHCPCommandParser::ExecuteSetDHCPServerIpCommand() {
@@ -273,7 +258,7 @@ void CDHCPCommandParser::RepairStore() {
 bool CDHCPCommandParser::ExecuteSilentModeCommand() {
     if (!HasServerAddress())
         return false;
-    DT_TRACE(DiagTools::kTraceProgress,
+    DT_TRACE(kTraceProgress,
              "Executing silent mode update of scopes and clients Command on DHCP server [%s]",
              m_dhcpServerIp.c_str());
     RepairStore();
@@ -299,19 +284,21 @@ bool CDHCPCommandParser::ExecuteGenerateBatchCommand(const std::string& batchFil
         const CTempFile scopes(CreateTempFileName());
         Display(kBatchScopesStart);
         ExecuteExportScopesCommand(scopes.Name(), writer, false);
-        Display(FormatText(kBatchScopesDone, batchFileName));
+        Display(Format(kBatchScopesDone, batchFileName.c_str()));
     }
     const CTempFile clients(CreateTempFileName());
     Display(kBatchClientsStart);
     ExecuteExportClientsCommand(clients.Name(), writer, false);
-    Display(FormatText(kBatchClientsDone, batchFileName));
+    Display(Format(kBatchClientsDone, batchFileName.c_str()));
     return true;
 }
 
-bool CDHCPCommandParser::HasServerAddress() {
+bool CDHCPCommandParser::HasServerAddress() const {
     if (!m_dhcpServerIp.empty())
         return true;
-    ::MessageBoxA(nullptr, missingServerMessage.c_str(), kMessageBoxCaption, MB_ICONERROR);
+    const std::string message =
+        std::string(kMissingServerBefore) + kOptionDhcpServerIp + kMissingServerAfter;
+    ::MessageBoxA(nullptr, message.c_str(), kMessageBoxCaption, MB_ICONERROR);
     return false;
 }
 
@@ -333,9 +320,7 @@ void CDHCPCommandParser::Display(const std::string& message) {
 }
 
 std::string CDHCPCommandParser::CreateTempFileName() {
-    // GetTempPathA ends its text in the separator; Boost's temp_directory_path gives one without.
-    char folder[MAX_PATH + 2] = "";
-    if (::GetTempPathA(static_cast<DWORD>(sizeof(folder)), folder) >= sizeof(folder))
-        folder[0] = '\0';
+    TemporaryPath folder;
+    GetTemporaryFolder(folder);
     return folder + boost::filesystem::unique_path("%%%%-%%%%-%%%%-%%%%").string();
 }

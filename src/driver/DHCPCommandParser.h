@@ -8,8 +8,8 @@
 class CNetshCommands;
 class COutputMsg;
 
-/// Parses the command line and runs exactly one command. Nothing is returned: commands report their
-/// failures through the output channel and the trace, and what they throw ends there, too.
+/// Parses the command line and runs exactly one command. Returns nothing: commands report their
+/// failures, exceptions included, through the output channel and the trace.
 class CDHCPCommandParser {
 public:
     CDHCPCommandParser();
@@ -34,11 +34,12 @@ private:
     void DispatchCommand(const Description& description, const Variables& variables);
     void DisplayHelp(const Description& description);
 
-    void ExecuteUpdateMACCommand();
-    void ExecuteUpdateScopesIpInfo();
-    void ExecuteErrorDescriptionCommand(std::uint32_t errorCode);
-    // False when the server address is missing or no file name was chosen: then nothing was done.
-    // An empty file name asks for one; when there is still none, the command ends silently.
+    // The commands. They return false if the server address is missing or no file name was chosen:
+    // then nothing was done. An empty file name asks for one; if there is still none, the command
+    // ends silently.
+    bool ExecuteUpdateMACCommand();
+    bool ExecuteUpdateScopesIpInfo();
+    bool ExecuteErrorDescriptionCommand(std::uint32_t errorCode);
     bool ExecuteExportClientsCommand(std::string fileName, const NetshWriter& netshWriter,
                                      bool showMessages);
     bool ExecuteExportScopesCommand(std::string fileName, const NetshWriter& netshWriter,
@@ -54,13 +55,13 @@ private:
     void RepairStore();
 
     /// Tells the user when the server address is missing.
-    bool HasServerAddress();
-    bool ChooseFileName(std::string& fileName, const char* defaultName, DialogMode mode);
+    bool HasServerAddress() const;
+    static bool ChooseFileName(std::string& fileName, const char* defaultName, DialogMode mode);
     void Display(const std::string& message);
-    std::string CreateTempFileName();
+    static std::string CreateTempFileName();
 
-    // Kept the wrong way round as released: true unless the option is given, and handed on as the
-    // "from the registry" flag of the scopes' addresses.
+    // Inverted, kept for compatibility: true unless -p is given. Passed on as the "from the
+    // registry" flag of the scopes' addresses.
     bool m_useAdapterFlag = true;
     std::uint32_t m_leaseDuration;  // seconds
     std::string m_dhcpServerIp;

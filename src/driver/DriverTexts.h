@@ -48,7 +48,7 @@ inline constexpr char kReservationDone[] = "\nChanging dynamic client to reserve
 inline constexpr char kMissingServerBefore[] =
     "No DHCP server IP address specified. Please use option [";
 inline constexpr char kMissingServerAfter[] = "]";
-// Kept as released: the two line feeds belong to the caption.
+// Kept for compatibility: the two line feeds belong to the caption.
 inline constexpr char kMessageBoxCaption[] = "DHCP migration tool\n\n";
 
 inline constexpr char kDefaultClientsFile[] = "ClientsInfo.csv";

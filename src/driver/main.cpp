@@ -13,8 +13,8 @@ namespace {
 constexpr char kTraceFile[] = "main";
 
 /// The tool runs elevated, from any folder: libraries planted there must never load. The folder set
-/// here is searched instead of the current one; the system's own is searched anyway. (By its
-/// documentation an empty text does the same, but Wine then goes on searching the current folder.)
+/// here is searched instead of the current one; the system's own is searched anyway. (An empty text
+/// is documented to do the same, but Wine then still searches the current folder.)
 void KeepCurrentFolderOutOfDllSearch() {
     char systemFolder[MAX_PATH];
     const UINT length = ::GetSystemDirectoryA(systemFolder, MAX_PATH);
@@ -28,11 +28,11 @@ void KeepSystemBoxesAway() {
 
 }  // namespace
 
-/// Always 0: installers start this tool and take another code for a failed installation. What went
-/// wrong is said by the messages and the trace.
+/// Always returns 0: installers treat any other exit code as a failed installation. Failures appear
+/// in the messages and the trace.
 int main(int argc, char** argv) {
     KeepSystemBoxesAway();
-    // The first call allocates, and ends the program where it can't: better now than in a
+    // The first call allocates, and aborts the program if it can't: better now than in a
     // destructor.
     [[maybe_unused]] const volatile int none = std::uncaught_exceptions();
     KeepCurrentFolderOutOfDllSearch();
@@ -40,12 +40,12 @@ int main(int argc, char** argv) {
     try {
         DiagTools::CDiagTraceInfoRegister().Register(module);
         DiagTools::CModuleStatistics::Initialize(module);
-        DiagTools::CEventLogWriter::Initialize(module, nullptr);
+        DiagTools::CEventLogWriter::Initialize(module);
         CDHCPCommandParser().ExecuteCommands(argc, argv);
     } catch (const std::exception& escaped) {
-        DT_TRACE(DiagTools::kTraceError, "Program ended by exception [%s]", escaped.what());
+        DT_TRACE(kTraceError, "Program ended by exception [%s]", escaped.what());
     } catch (...) {
-        DT_TRACE(DiagTools::kTraceError, "Program ended by an unknown exception");
+        DT_TRACE(kTraceError, "Program ended by an unknown exception");
     }
     return 0;
 }

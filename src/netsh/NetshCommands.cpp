@@ -1,13 +1,10 @@
 #include "netsh/NetshCommands.h"
 
 #include <boost/algorithm/string/erase.hpp>
-#include <cstdio>
-#include <fstream>
 
 #include "dhcpserver/AddressRange.h"
 #include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
-#include "driver/output/OutputMsg.h"
 #include "driver/output/TextFile.h"
 #include "store/IPAddressString.h"
 
@@ -51,12 +48,9 @@ constexpr char kAddingCommand[] = "Adding command -> ";
 constexpr char kClientTrace[] =  // client name, network id, address, mask, MAC
     "Client Name [%s], Network ID [%s], IP Address [%s], Net Mask [%s], MAC [%s]";
 
-std::uint32_t ToNumber(const std::string& address) {
-    return CIPAddressString(address).Number();
-}
-
-std::string ToText(std::uint32_t address) {
-    return CIPAddressString(address).Text();
+/// The network id of a client: address AND mask.
+std::string NetworkIdText(const std::string& address, const std::string& mask) {
+    return AddressText(NetworkAddress(AddressNumber(address), AddressNumber(mask)));
 }
 
 std::string WithoutDashes(const std::string& mac) {
@@ -65,28 +59,31 @@ std::string WithoutDashes(const std::string& mac) {
 
 }  // namespace
 
-CNetshCommands::CNetshCommands(const boost::weak_ptr<COutputMsg>& output, const std::string& server,
+CNetshCommands::CNetshCommands(const Output& output, const std::string& server,
                                const std::string& fileName)
     : m_fileName(fileName), m_server(server), m_output(output) {
     if (m_fileName.empty())
         return;
-    const std::ofstream emptied(m_fileName, std::ios::out | std::ios::trunc);
+    EmptyFile(m_fileName);
     AddCommandToBatchFile(kSeparator, false);
-    AddCommandToBatchFile(FillText<kHeader>(m_server), false);
+    AddCommandToBatchFile(Format(kHeader, m_server.c_str()), false);
     AddCommandToBatchFile(kSeparator, false);
     AddCommandToBatchFile("\n", false);
 }
 
 CNetshCommands::~CNetshCommands() {
-    // A file that an exception left incomplete must not say that its commands are ready.
-    if (std::uncaught_exceptions() == m_exceptionsBefore)
-        CONTAIN_EXCEPTIONS(WriteTrailer());
+    if (std::uncaught_exceptions() != m_exceptionsBefore)
+        return;
+    try {
+        WriteTrailer();
+    }
+    CATCH_RECORD()
 }
 
 void CNetshCommands::WriteTrailer() {
     AddCommandToBatchFile("\n", false);
     AddCommandToBatchFile(kSeparator, false);
-    AddCommandToBatchFile(FillText<kTrailer>(m_server), false);
+    AddCommandToBatchFile(Format(kTrailer, m_server.c_str()), false);
     AddCommandToBatchFile(kTrailerAdvice, false);
     AddCommandToBatchFile(kSeparator, false);
 }
@@ -94,7 +91,7 @@ void CNetshCommands::WriteTrailer() {
 void CNetshCommands::AddCommandToBatchFile(const std::string& line, bool display) {
     if (m_fileName.empty())
         return;
-    DT_TRACE_TEXT(DiagTools::kTraceDetail, line.c_str());
+    DT_TRACE_TEXT(kTraceDetail, line.c_str());
     AppendText(m_fileName, line);
     // Shown to verbose users only: a quiet run shows no command, and the file is complete.
     if (display && IsDetailWanted(m_output))
@@ -107,21 +104,10 @@ void CNetshCommands::AddCommentBlock(const std::string& comment) {
     AddCommandToBatchFile("\n", false);
 }
 
-template <const auto& Comment>
-std::string CNetshCommands::AddClientComment(const std::string& clientName,
-                                             const std::string& address, const std::string& mask,
-                                             const std::string& mac) {
-    const std::string networkId = ToText(NetworkAddress(ToNumber(address), ToNumber(mask)));
-    char number[16];
-    std::snprintf(number, sizeof(number), "%#08lX", static_cast<unsigned long>(ToNumber(address)));
-    AddCommentBlock(FillText<Comment>(clientName, address, number, networkId, mac));
-    return networkId;
-}
-
 void CNetshCommands::AddScopeCommands(const std::string& scopeName, const std::string& networkId,
                                       const std::string& scopeAddress, const std::string& mask,
                                       const std::string& comment, std::uint32_t leaseSeconds) {
-    AddCommentBlock(FillText<kAddingScope>(scopeName));
+    AddCommentBlock(Format(kAddingScope, scopeName.c_str()));
     AddDHCPScope(scopeName, networkId, mask, comment);
     AddDHCPRangeForScope(networkId, mask);
     ExcludeIpFromRange(networkId, scopeAddress);
@@ -133,37 +119,41 @@ void CNetshCommands::AddDHCPScope(const std::string& scopeName, const std::strin
                                   const std::string& mask, const std::string& comment) {
     if (m_fileName.empty())
         return;
-    DT_TRACE(DiagTools::kTraceDetail,
-             "Scope Name [%s], Network ID [%s], Net Mask [%s], Description [%s]", scopeName.c_str(),
-             networkId.c_str(), mask.c_str(), comment.c_str());
-    AddCommandToBatchFile(FillText<kAddScope>(m_server, networkId, mask, scopeName, comment), true);
+    DT_TRACE(kTraceDetail, "Scope Name [%s], Network ID [%s], Net Mask [%s], Description [%s]",
+             scopeName.c_str(), networkId.c_str(), mask.c_str(), comment.c_str());
+    AddCommandToBatchFile(Format(kAddScope, m_server.c_str(), networkId.c_str(), mask.c_str(),
+                                 scopeName.c_str(), comment.c_str()),
+                          true);
 }
 
 void CNetshCommands::AddDHCPRangeForScope(const std::string& networkId, const std::string& mask) {
     if (m_fileName.empty())
         return;
-    const std::string first = ToText(FirstHostAddress(ToNumber(networkId)));
-    const std::string last = ToText(LastHostAddress(ToNumber(networkId), ToNumber(mask)));
-    DT_TRACE(DiagTools::kTraceDetail, "First address [%s], Last address [%s]", first.c_str(),
-             last.c_str());
-    AddCommandToBatchFile(FillText<kAddRange>(m_server, networkId, first, last), true);
+    const std::uint32_t network = AddressNumber(networkId);
+    const std::string first = AddressText(FirstHostAddress(network));
+    const std::string last = AddressText(LastHostAddress(network, AddressNumber(mask)));
+    DT_TRACE(kTraceDetail, "First address [%s], Last address [%s]", first.c_str(), last.c_str());
+    AddCommandToBatchFile(
+        Format(kAddRange, m_server.c_str(), networkId.c_str(), first.c_str(), last.c_str()), true);
 }
 
 void CNetshCommands::ExcludeIpFromRange(const std::string& networkId, const std::string& address) {
     if (m_fileName.empty())
         return;
-    // "Excluse" is kept as released: log searches match this word.
-    DT_TRACE(DiagTools::kTraceDetail, "Excluse IP [%s]", address.c_str());
-    AddCommandToBatchFile(FillText<kAddExclusion>(m_server, networkId, address, address), true);
+    // "Excluse" is kept for compatibility: log searches match this word.
+    DT_TRACE(kTraceDetail, "Excluse IP [%s]", address.c_str());
+    AddCommandToBatchFile(Format(kAddExclusion, m_server.c_str(), networkId.c_str(),
+                                 address.c_str(), address.c_str()),
+                          true);
 }
 
 void CNetshCommands::SetRouterOption(const std::string& networkId,
                                      const std::string& routerAddress) {
     if (m_fileName.empty())
         return;
-    DT_TRACE(DiagTools::kTraceDetail, "Router option on IP [%s]", routerAddress.c_str());
-    AddCommandToBatchFile(FillText<kSetAddressOption>(m_server, networkId,
-                                                      std::to_string(kOptionRouter), routerAddress),
+    DT_TRACE(kTraceDetail, "Router option on IP [%s]", routerAddress.c_str());
+    AddCommandToBatchFile(Format(kSetAddressOption, m_server.c_str(), networkId.c_str(),
+                                 static_cast<unsigned long>(kOptionRouter), routerAddress.c_str()),
                           true);
 }
 
@@ -171,11 +161,10 @@ void CNetshCommands::SetLeaseDuration(const std::string& networkId, std::uint32_
     if (m_fileName.empty())
         return;
     const unsigned long seconds = leaseSeconds;
-    DT_TRACE(DiagTools::kTraceDetail, "Lease duration [%lu]", seconds);
-    AddCommandToBatchFile(
-        FillText<kSetNumberOption>(m_server, networkId, std::to_string(kOptionLeaseTime),
-                                   std::to_string(seconds)),
-        true);
+    DT_TRACE(kTraceDetail, "Lease duration [%lu]", seconds);
+    AddCommandToBatchFile(Format(kSetNumberOption, m_server.c_str(), networkId.c_str(),
+                                 static_cast<unsigned long>(kOptionLeaseTime), seconds),
+                          true);
 }
 
 void CNetshCommands::ReservedClientAddressInDHCPScope(const std::string& clientName,
@@ -184,12 +173,15 @@ void CNetshCommands::ReservedClientAddressInDHCPScope(const std::string& clientN
                                                       const std::string& mac) {
     if (m_fileName.empty())
         return;
-    const std::string networkId = AddClientComment<kAddingClient>(clientName, address, mask, mac);
-    DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
-             address.c_str(), mask.c_str(), mac.c_str());
-    AddCommandToBatchFile(
-        FillText<kAddReservation>(m_server, networkId, address, WithoutDashes(mac), clientName),
-        true);
+    const std::string networkId = NetworkIdText(address, mask);
+    AddCommentBlock(Format(kAddingClient, clientName.c_str(), address.c_str(),
+                           static_cast<unsigned long>(AddressNumber(address)), networkId.c_str(),
+                           mac.c_str()));
+    DT_TRACE(kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(), address.c_str(),
+             mask.c_str(), mac.c_str());
+    AddCommandToBatchFile(Format(kAddReservation, m_server.c_str(), networkId.c_str(),
+                                 address.c_str(), WithoutDashes(mac).c_str(), clientName.c_str()),
+                          true);
 }
 
 void CNetshCommands::DeleteClientAddressFromDHCPScope(const std::string& clientName,
@@ -198,9 +190,13 @@ void CNetshCommands::DeleteClientAddressFromDHCPScope(const std::string& clientN
                                                       const std::string& mac) {
     if (m_fileName.empty())
         return;
-    const std::string networkId = AddClientComment<kDeletingClient>(clientName, address, mask, mac);
-    DT_TRACE(DiagTools::kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(),
-             address.c_str(), mask.c_str(), mac.c_str());
-    AddCommandToBatchFile(
-        FillText<kDeleteReservation>(m_server, networkId, address, WithoutDashes(mac)), true);
+    const std::string networkId = NetworkIdText(address, mask);
+    AddCommentBlock(Format(kDeletingClient, clientName.c_str(), address.c_str(),
+                           static_cast<unsigned long>(AddressNumber(address)), networkId.c_str(),
+                           mac.c_str()));
+    DT_TRACE(kTraceDetail, kClientTrace, clientName.c_str(), networkId.c_str(), address.c_str(),
+             mask.c_str(), mac.c_str());
+    AddCommandToBatchFile(Format(kDeleteReservation, m_server.c_str(), networkId.c_str(),
+                                 address.c_str(), WithoutDashes(mac).c_str()),
+                          true);
 }

@@ -1,26 +1,25 @@
 #pragma once
 
-#include <boost/weak_ptr.hpp>
 #include <cstdint>
 #include <exception>
 #include <string>
 
-class COutputMsg;
+#include "driver/output/OutputMsg.h"
 
 /// The batch file of netsh commands that would do on the DHCP server what the live import does.
 ///
-/// One object per file, shared by those who add to it: the header is written when it is made, the
-/// trailer when the last of them lets go, unless an exception is on its way then. The file is
-/// opened and closed for each line, so that it can be read while it grows. Failures to write are
-/// silent. With an empty file name nothing is done, shown or traced.
+/// One object per file, shared by those who add to it. The constructor writes the header. The
+/// destructor writes the trailer, unless an exception is passing: then a command may be missing,
+/// and the file must not say that its commands are ready. The file is opened and closed for each
+/// line, so that it can be read while it grows. Failures to write are silent. With an empty file
+/// name nothing is done, shown or traced.
 ///
-/// Texts go in as they are, without quotes or escapes; addresses are dotted text, and a computed
-/// address whose source is none follows from 255.255.255.255.
+/// Texts are written as they are, without quotes or escapes. Addresses are dotted text; one that is
+/// not an address counts as 255.255.255.255 where others are computed from it.
 class CNetshCommands {
 public:
     /// Creates or empties the file. server: address or name, for every command.
-    CNetshCommands(const boost::weak_ptr<COutputMsg>& output, const std::string& server,
-                   const std::string& fileName);
+    CNetshCommands(const Output& output, const std::string& server, const std::string& fileName);
     virtual ~CNetshCommands();
     CNetshCommands(const CNetshCommands&) = delete;
     CNetshCommands& operator=(const CNetshCommands&) = delete;
@@ -51,13 +50,9 @@ public:
 private:
     void WriteTrailer();
     void AddCommentBlock(const std::string& comment);
-    /// Returns the network id, address AND mask, for the command below the comment.
-    template <const auto& Comment>
-    std::string AddClientComment(const std::string& clientName, const std::string& address,
-                                 const std::string& mask, const std::string& mac);
 
     std::string m_fileName;
     std::string m_server;
-    boost::weak_ptr<COutputMsg> m_output;
+    Output m_output;
     int m_exceptionsBefore = std::uncaught_exceptions();
 };

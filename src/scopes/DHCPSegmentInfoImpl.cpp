@@ -1,16 +1,15 @@
 #include "scopes/DHCPSegmentInfoImpl.h"
 
-#include <fstream>
 #include <iterator>
+#include <ostream>
 #include <stdexcept>
 
 #include "clients/CsvFile.h"
 #include "dhcpserver/DHCPManager.h"
 #include "diagtools/HResultCheck.h"
-#include "driver/output/RecordResult.h"
 #include "netsh/NetshCommands.h"
 #include "store/StoreFields.h"
-#include "store/TextConversion.h"
+#include "win/TextConversion.h"
 
 namespace {
 
@@ -26,15 +25,6 @@ constexpr char kScopeToAdd[] =  // name, address, mask, scope id, comment
 
 // The fields of a CSV line. What follows the fifth is not read.
 enum CsvField : std::size_t { kName, kAddress, kMask, kNetworkId, kDescription, kFieldCount };
-
-// The gateway's entry for its DHCP server. "dchp" in a name below is part of the traced texts.
-const std::string configSection = "Config";
-const std::string dhcpServerSection = "Server";
-const std::string dhcpDefaultScope = "DefaultDHCP";
-const std::string dhcpDefaultScopeValue = "Default";
-const std::string dhcpServersSection = "DHCPServers";
-const std::string dhcpNameEntry = "Name";
-const std::string dhcpIpAddressEntry = "Address";
 
 constexpr StoreField kScopeFields[] = {
     {L"Name", VT_BSTR, "scopeName.ChangeType(VT_BSTR)"},
@@ -69,21 +59,22 @@ CDHCPSegmentInfoImpl::CDHCPSegmentInfoImpl(const Output& output, const std::stri
 void CDHCPSegmentInfoImpl::GetDHCPInfo(const std::string& fileName) {
     if (FAILED(Initialize()))
         return;
-    std::ofstream file(fileName, std::ios::out | std::ios::trunc);
-    if (file.is_open()) {
-        file << kCsvHeader;
-        DT_TRACE(DiagTools::kTraceDetail, "Retrieving Scopes list");
+    const bool written = WriteCsvFile(fileName, kCsvHeader, [this](std::ostream& file) {
+        DT_TRACE(kTraceDetail, "Retrieving Scopes list");
         TextList scopeIds;
-        if (SUCCEEDED(GetScopesList(scopeIds))) {
-            for (const std::string& scopeId : scopeIds) {
+        if (FAILED(GetScopesList(scopeIds)))
+            return;
+        for (const std::string& scopeId : scopeIds) {
+            try {
                 std::string line;
-                CONTAIN_EXCEPTIONS(if (SUCCEEDED(GetDHCPScopeInfo(scopeId, line))) file << line);
+                if (SUCCEEDED(GetDHCPScopeInfo(scopeId, line)))
+                    file << line;
             }
+            CATCH_RECORD()
         }
-        file.close();
-        if (!file)
-            DT_TRACE(DiagTools::kTraceError, "Unable to write output file [%s]", fileName.c_str());
-    }
+    });
+    if (!written)
+        DT_TRACE(kTraceError, "Unable to write output file [%s]", fileName.c_str());
     Uninitialize();
 }
 
@@ -92,10 +83,15 @@ HRESULT CDHCPSegmentInfoImpl::GetScopesList(TextList& scopeIds) {
     RETURN_IF_FAILED(m_storageAccess->Enumerate(E_ZAKSTORAGE_PUBLIC, 0, scopesEntry, 0, &scopeArray));
     if (!IsArrayOfVariants(scopeArray))
         return S_OK;
-    DT_TRACE(DiagTools::kTraceDetail, "Scope list retrieved successfully");
-    for (const VARIANT& scopeId : ArrayView(scopeArray))
-        if (scopeId.vt == VT_BSTR)
-            CONTAIN_EXCEPTIONS(scopeIds.push_back(NarrowText(scopeId.bstrVal)));
+    DT_TRACE(kTraceDetail, "Scope list retrieved successfully");
+    for (const VARIANT& scopeId : ArrayView(scopeArray)) {
+        if (scopeId.vt != VT_BSTR)
+            continue;
+        try {
+            scopeIds.push_back(NarrowText(scopeId.bstrVal));
+        }
+        CATCH_RECORD()
+    }
     return S_OK;
 }
 
@@ -105,12 +101,10 @@ HRESULT CDHCPSegmentInfoImpl::GetDHCPScopeInfo(const std::string& scopeId, std::
                                                          CComBSTR(scopeId.c_str()), 0, &scopeInfoArray));
     if (!IsArrayOfVariants(scopeInfoArray))
         return S_OK;
-    DT_TRACE(DiagTools::kTraceDetail, "Information for scope [%s] retrieved successfully",
-             scopeId.c_str());
-    const ArrayView pairs(scopeInfoArray);
-    CStoreValue values[std::size(kScopeFields)];
-    const StoreFailure failure =
-        ReadFields(pairs, "scopeInfoPropName.ChangeType(VT_BSTR)", kScopeFields, values);
+    DT_TRACE(kTraceDetail, "Information for scope [%s] retrieved successfully", scopeId.c_str());
+    CComVariant values[std::size(kScopeFields)];
+    const StoreFailure failure = ReadFields(
+        ArrayView(scopeInfoArray), "scopeInfoPropName.ChangeType(VT_BSTR)", kScopeFields, values);
     RETURN_IF_FAILED_AS(failure.text, failure.hr);
     const std::string name = values[kName].Narrow();
     std::string adapterIpAddressString = values[kAddress].Narrow();
@@ -118,11 +112,16 @@ HRESULT CDHCPSegmentInfoImpl::GetDHCPScopeInfo(const std::string& scopeId, std::
 
     LOG_IF_FAILED(GetAdapterInfoForScope(scopeId, adapterIpAddressString, netMaskString));
     if (adapterIpAddressString.empty() || netMaskString.empty()) {
-        DT_TRACE(DiagTools::kTraceError, "No IP or mask for scope [%s]", scopeId.c_str());
+        DT_TRACE(kTraceError, "No IP or mask for scope [%s]", scopeId.c_str());
         return E_FAIL;
     }
-    line = FillText<kCsvLine>(name, adapterIpAddressString, netMaskString, scopeId);
-    DisplayDetail<kScopeFound>(m_output, name, adapterIpAddressString, netMaskString, scopeId);
+    line = Format(kCsvLine, name.c_str(), adapterIpAddressString.c_str(), netMaskString.c_str(),
+                  scopeId.c_str());
+    if (IsDetailWanted(m_output))
+        DisplayThrough(m_output,
+                       Format(kScopeFound, name.c_str(), adapterIpAddressString.c_str(),
+                              netMaskString.c_str(), scopeId.c_str()),
+                       true);
     if (m_netshCommands)
         m_netshCommands->AddScopeCommands(name, scopeId, adapterIpAddressString, netMaskString, "",
                                           m_leaseDuration);
@@ -132,47 +131,49 @@ HRESULT CDHCPSegmentInfoImpl::GetDHCPScopeInfo(const std::string& scopeId, std::
 // Import
 
 void CDHCPSegmentInfoImpl::SetDHCPInfo(const std::string& fileName) {
-    DT_TRACE(DiagTools::kTraceDetail, "Setting DHCP Scope info on DHCP server");
+    DT_TRACE(kTraceDetail, "Setting DHCP Scope info on DHCP server");
     ForEachCsvEntry(fileName, [this](const std::string& streamBuf) {
-        CONTAIN_EXCEPTIONS(LOG_IF_FAILED(SetDHCPScopeInfo(streamBuf.c_str())));
+        try {
+            LOG_IF_FAILED(SetDHCPScopeInfo(streamBuf.c_str()));
+        }
+        CATCH_RECORD()
     });
 }
 
 HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeInfo(const std::string& line) {
-    DT_TRACE(DiagTools::kTraceDetail, "Setting DHCP Scope info on DHCP server for entry [%s]",
-             line.c_str());
+    DT_TRACE(kTraceDetail, "Setting DHCP Scope info on DHCP server for entry [%s]", line.c_str());
     TextList fields = SplitCsvFields(line);
     if (fields.size() < kFieldCount) {
-        DT_TRACE(DiagTools::kTraceError,
-                 "Invalid DHCP Scope entry. Missing some fields for entry [%s]", line.c_str());
+        DT_TRACE(kTraceError, "Invalid DHCP Scope entry. Missing some fields for entry [%s]",
+                 line.c_str());
         return E_FAIL;
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
         TrimCsvField(fields[i]);
-        DT_TRACE(DiagTools::kTraceRecord, "scopeEntryValues[%u] is [%s]",
-                 static_cast<unsigned int>(i), fields[i].c_str());
+        DT_TRACE(kTraceRecord, "scopeEntryValues[%u] is [%s]", static_cast<unsigned int>(i),
+                 fields[i].c_str());
     }
-    // The server's codes are positive numbers, so each but 0 is a failure.
-    const auto toAdd = [&] {
-        return FillText<kScopeToAdd>(fields[kName], fields[kAddress], fields[kMask],
-                                     fields[kNetworkId], fields[kDescription]);
-    };
-    const bool added =
-        ReportRecord(m_output, toAdd, [&] { return static_cast<unsigned long>(AddScope(fields)); });
-    return added ? S_OK : E_FAIL;
+    // Made before the work: a scope whose result can't be told is not added.
+    const std::string record =
+        Format(kScopeToAdd, fields[kName].c_str(), fields[kAddress].c_str(), fields[kMask].c_str(),
+               fields[kNetworkId].c_str(), fields[kDescription].c_str());
+    // The server's codes are positive: any but 0 is a failure, though FAILED would not see it.
+    const auto error = static_cast<unsigned long>(AddScope(fields));
+    ShowResult(m_output, record, error);
+    return error == ERROR_SUCCESS ? S_OK : E_FAIL;
 }
 
-HRESULT CDHCPSegmentInfoImpl::AddScope(const TextList& fields) {
-    CDHCPManager manager(m_dhcpServer);
+HRESULT CDHCPSegmentInfoImpl::AddScope(const TextList& fields) const {
+    const CDHCPManager manager(m_dhcpServer);
     DWORD error = manager.CreateSubnet(fields[kName], fields[kNetworkId], fields[kMask],
                                        fields[kDescription]);
     if (error == ERROR_SUCCESS) {
-        // Deliberately lenient: a scope whose texts give no range still gets the rest. What has
-        // other reasons, such as no memory, ends the record.
+        // Deliberately lenient: a scope whose texts give no range still gets the rest. Any other
+        // exception, such as no memory, ends the record.
         try {
             error = manager.SetupIPRange(fields[kNetworkId], fields[kMask]);
         } catch (const std::logic_error&) {
-            DT_TRACE(DiagTools::kTraceError, "IP Range is invalid [%s]", fields[kMask].c_str());
+            DT_TRACE(kTraceError, "IP Range is invalid [%s]", fields[kMask].c_str());
         }
     }
     if (error == ERROR_SUCCESS)
@@ -189,6 +190,14 @@ HRESULT CDHCPSegmentInfoImpl::AddScope(const TextList& fields) {
 void CDHCPSegmentInfoImpl::SetDHCPIpAddress(const std::string& dchpServerIpAddress) {
     if (FAILED(Initialize()))
         return;
+    // These names, and the "dchp" of one, are part of the traced texts.
+    const std::string configSection = "Config";
+    const std::string dhcpServerSection = "Server";
+    const std::string dhcpDefaultScope = "DefaultDHCP";
+    const std::string dhcpDefaultScopeValue = "Default";
+    const std::string dhcpServersSection = "DHCPServers";
+    const std::string dhcpNameEntry = "Name";
+    const std::string dhcpIpAddressEntry = "Address";
     LOG_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, CComBSTR(configSection.c_str()),
                                              CComBSTR(dhcpServerSection.c_str()), CComBSTR(dhcpDefaultScope.c_str()),
                                              CComVariant(dhcpDefaultScopeValue.c_str())));

@@ -1,19 +1,18 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
-#include <boost/weak_ptr.hpp>
 #include <cstdint>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "dhcpserver/DHCPClient.h"
-#include "dhcpserver/Lease.h"
+#include "dhcpserver/DhcpOptions.h"
+#include "driver/output/OutputMsg.h"
 #include "store/StorageAccess.h"
 
 class CDHCPManager;
 class CNetshCommands;
-class COutputMsg;
 struct Adapter;
 
 /// Every operation on scopes (the store calls them segments). A scope id is the scope's network id
@@ -22,7 +21,6 @@ struct Adapter;
 /// One object serves one command. Failures are traced; a failing record never stops the others.
 class CDHCPSegmentInfoImpl : public CStorageAccess {
 public:
-    using Output = boost::weak_ptr<COutputMsg>;
     using NetshWriter = boost::shared_ptr<CNetshCommands>;  // empty: no batch file
     using TextList = std::vector<std::string>;
 
@@ -62,41 +60,42 @@ public:
     /// Turns each pair of a reservation and a dynamic lease of the same host into one reservation,
     /// on the server or as netsh commands. The list's Win32 code when that failed, else the code of
     /// the last reservation made: an earlier failure is forgotten. 0 with netsh commands.
-    HRESULT ChangeDynamicToReserved(const std::string& scopeId);
-    HRESULT ChangeAllDynamicToReserved(const std::string& scopeId, const ClientList& clients);
+    HRESULT ChangeDynamicToReserved(const std::string& scopeId) const;
+    HRESULT ChangeAllDynamicToReserved(const std::string& scopeId, const ClientList& clients) const;
 
 private:
-    HRESULT AddScope(const TextList& fields);
+    HRESULT AddScope(const TextList& fields) const;
 
-    /// The gateway's own address on the scope, from the source chosen; the outputs are written on a
+    /// Finds the gateway's own address on the scope in the chosen source. Writes the outputs on a
     /// match only.
     HRESULT GetAdapterInfoForScope(const std::string& scopeId, std::string& address,
-                                   std::string& mask);
-    HRESULT GetAdapterInfoForScopeUsingIpConf(const std::string& scopeId, std::string& address,
-                                              std::string& mask);
-    HRESULT GetAdapterInfoForScopeUsingRegistry(const std::string& scopeId, std::string& address,
-                                                std::string& mask);
-    HRESULT GetAdapterInfoForScope(const Adapter& adapter, const std::string& scopeId,
-                                   std::string& address, std::string& mask);
-    HRESULT GetAdapterInfoForScope(const std::string& registryEntryLocation,
-                                   const std::string& scopeId, std::string& address,
-                                   std::string& mask);
-    std::uint32_t GetAdapterNetworkId(const std::string& address, const std::string& mask);
-    HRESULT GetInterfaceName(const std::string& registryEntryLocation, std::string& name);
-    HRESULT GetAdapterInterfaceAddresses(const std::string& registryEntryLocation,
-                                         TextList& addresses);
-    HRESULT GetAdapterInterfaceSubnetMasks(const std::string& registryEntryLocation,
-                                           TextList& masks);
-    HRESULT GetAdapterField(const std::string& registryEntryLocation, const char* valueName,
-                            TextList& texts);
+                                   std::string& mask) const;
+    static HRESULT GetAdapterInfoForScopeUsingIpConf(const std::string& scopeId,
+                                                     std::string& address, std::string& mask);
+    static HRESULT GetAdapterInfoForScopeUsingRegistry(const std::string& scopeId,
+                                                       std::string& address, std::string& mask);
+    static HRESULT GetAdapterInfoForScope(const Adapter& adapter, const std::string& scopeId,
+                                          std::string& address, std::string& mask);
+    static HRESULT GetAdapterInfoForScope(const std::string& registryEntryLocation,
+                                          const std::string& scopeId, std::string& address,
+                                          std::string& mask);
+    static std::uint32_t GetAdapterNetworkId(const std::string& address, const std::string& mask);
+    static HRESULT GetInterfaceName(const std::string& registryEntryLocation, std::string& name);
+    static HRESULT GetAdapterInterfaceAddresses(const std::string& registryEntryLocation,
+                                                TextList& addresses);
+    static HRESULT GetAdapterInterfaceSubnetMasks(const std::string& registryEntryLocation,
+                                                  TextList& masks);
+    static HRESULT GetAdapterField(const std::string& registryEntryLocation, const char* valueName,
+                                   TextList& texts);
 
     /// The first dynamic client, in list order, under each first label of a host name in upper
     /// case; borrows the clients.
     using DynamicClients = std::unordered_map<std::string, const CDHCPClient*>;
-    bool FindDHCPClientWithSameName(const DynamicClients& clients, const std::string& nameToFind,
-                                    DWORD& ipAddress, HardwareAddress& hardwareAddress);
-    void WriteReservationChange(const CDHCPClient& reserved, DWORD dynamicAddress,
-                                const HardwareAddress& dynamicHardware);
+    static bool FindDHCPClientWithSameName(const DynamicClients& clients,
+                                           const std::string& nameToFind, std::uint32_t& ipAddress,
+                                           HardwareAddress& hardwareAddress);
+    void WriteReservationChange(const CDHCPClient& reserved, std::uint32_t dynamicAddress,
+                                const HardwareAddress& dynamicHardware) const;
 
     std::string m_dhcpServer;
     bool m_useRegistry = false;  // false: live adapters

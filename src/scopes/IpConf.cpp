@@ -5,15 +5,20 @@
 
 #include <algorithm>
 
-#include "diagtools/RuntimeLibrary.h"
 #include "scopes/IpConf.h"
+#include "win/RuntimeLibrary.h"
 
 namespace {
 
-using GetAdaptersInfoFn = DWORD WINAPI(IP_ADAPTER_INFO* adapters, ULONG* bytes);
-constexpr const char* kEntryNames[] = {"GetAdaptersInfo"};
+class CIpHelper : public CRuntimeLibrary {
+public:
+    CIpHelper() : CRuntimeLibrary("iphlpapi.dll", kSystemLibrary) {}
 
-/// How often the system is asked when adapters come while it answers.
+    CEntry<DWORD(IP_ADAPTER_INFO* adapters, ULONG* bytes)> GetAdaptersInfo{*this,
+                                                                           "GetAdaptersInfo"};
+};
+
+/// How often the system is asked again because adapters came while it answered.
 constexpr int kMaxTries = 8;
 
 template <std::size_t N>
@@ -34,26 +39,22 @@ Adapter ToAdapter(const IP_ADAPTER_INFO& info) {
 
 }  // namespace
 
-std::unique_ptr<CIpConf> CIpConf::Take() {
-    // Held until the process ends: a run looks at the adapters once for each scope.
-    static DiagTools::CRuntimeLibrary<1> library("iphlpapi.dll", DiagTools::kSystemLibrary,
-                                                 kEntryNames);
-    if (library.Load() != ERROR_SUCCESS)
-        return nullptr;
-    auto* const getAdaptersInfo = library.Entry<GetAdaptersInfoFn>(0);
+bool GetAdapters(AdapterList& adapters) {
+    // Held until the process ends: a run asks once per scope.
+    static CIpHelper helper;
     std::vector<IP_ADAPTER_INFO> buffer(16);
     DWORD error = ERROR_BUFFER_OVERFLOW;
     for (int tries = 0; error == ERROR_BUFFER_OVERFLOW && tries < kMaxTries; ++tries) {
         ULONG bytes = static_cast<ULONG>(buffer.size() * sizeof(IP_ADAPTER_INFO));
-        error = getAdaptersInfo(buffer.data(), &bytes);
+        error = helper.GetAdaptersInfo(buffer.data(), &bytes);
         if (error == ERROR_BUFFER_OVERFLOW)
             buffer.resize(bytes / sizeof(IP_ADAPTER_INFO) + 1);
     }
-    if (error != ERROR_SUCCESS && error != ERROR_NO_DATA)
-        return nullptr;
-    std::unique_ptr<CIpConf> snapshot(new CIpConf);
-    if (error == ERROR_SUCCESS)
-        for (const IP_ADAPTER_INFO* info = buffer.data(); info; info = info->Next)
-            snapshot->m_adapters.push_back(ToAdapter(*info));
-    return snapshot;
+    if (error == ERROR_NO_DATA)
+        return true;
+    if (error != ERROR_SUCCESS)
+        return false;
+    for (const IP_ADAPTER_INFO* info = buffer.data(); info; info = info->Next)
+        adapters.push_back(ToAdapter(*info));
+    return true;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,17 +14,8 @@ struct Adapter {
     std::vector<AdapterAddress> addresses;
 };
 
-/// A snapshot of the machine's network adapters, in the system's order.
-class CIpConf {
-public:
-    /// Asks the system anew. Null when the IP Helper library or its answer can't be had. A machine
-    /// without adapters gives an empty snapshot.
-    static std::unique_ptr<CIpConf> Take();
+using AdapterList = std::vector<Adapter>;
 
-    const std::vector<Adapter>& Adapters() const { return m_adapters; }
-
-private:
-    CIpConf() = default;
-
-    std::vector<Adapter> m_adapters;
-};
+/// Asks the system for its network adapters, in its order. False if the IP Helper library or its
+/// answer is missing. A machine without adapters gives an empty list.
+bool GetAdapters(AdapterList& adapters);

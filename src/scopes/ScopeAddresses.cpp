@@ -1,15 +1,13 @@
 // The gateway's own addresses on the scopes: where they are found, and how they get into the store.
 #include <boost/algorithm/string.hpp>
 #include <iterator>
-#include <memory>
 
 #include "dhcpserver/AddressRange.h"
 #include "diagtools/HResultCheck.h"
-#include "driver/output/OutputMsg.h"
 #include "scopes/DHCPSegmentInfoImpl.h"
 #include "scopes/IpConf.h"
 #include "store/IPAddressString.h"
-#include "store/RegistryText.h"
+#include "win/RegistryText.h"
 
 namespace {
 
@@ -22,16 +20,12 @@ constexpr char kScopeIpInfo[] =  // scope id, address, mask
 constexpr char kInterfaceFound[] = "Zeph-On interface found [%s]";       // name as read
 constexpr char kAddressFound[] = "Ip Address [%s] Net Mask found [%s]";  // address, mask
 constexpr char kKeyNotOpened[] = "Unable to open registry key [%s]";     // path
-// Also said of the address lists: kept as released for log searches.
+// Also for the address lists. Kept for compatibility: log searches match it.
 constexpr char kNoInterfaceName[] = "Unable to get interface name for registry key [%s]";  // path
 
 constexpr char kInterfacesKey[] = "SOFTWARE\\Vantrel\\Zephon\\Mode\\Interfaces\\";
 constexpr char kInterfaceMarker[] = "zeph-on";
 constexpr std::size_t kRegistryValueBytes = 4096;
-
-// Part of the traced expressions, as they stand.
-const std::string scopeIpAddressString = "Address";
-const std::string scopeNetMaskString = "Mask";
 
 bool IsGatewayInterface(const std::string& name) {
     return boost::algorithm::contains(boost::algorithm::to_lower_copy(name), kInterfaceMarker);
@@ -50,11 +44,15 @@ RegKey OpenKey(const std::string& path) {
 void CDHCPSegmentInfoImpl::SetDHCPIpInfo() {
     if (FAILED(Initialize()))
         return;
-    DT_TRACE(DiagTools::kTraceDetail, "Retrieving Scopes list");
+    DT_TRACE(kTraceDetail, "Retrieving Scopes list");
     TextList scopeNameList;
     GetScopesList(scopeNameList);
-    for (std::size_t index = 0; index < scopeNameList.size(); ++index)
-        CONTAIN_EXCEPTIONS(LOG_IF_FAILED(SetDHCPScopeIpInfo(scopeNameList[index])));
+    for (std::size_t index = 0; index < scopeNameList.size(); ++index) {
+        try {
+            LOG_IF_FAILED(SetDHCPScopeIpInfo(scopeNameList[index]));
+        }
+        CATCH_RECORD()
+    }
     Uninitialize();
 }
 
@@ -62,7 +60,14 @@ HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeIpInfo(const std::string& scopeId) {
     std::string scopeIpAddress;
     std::string scopeIpMask;
     RETURN_IF_FAILED(GetAdapterInfoForScope(scopeId, scopeIpAddress, scopeIpMask));
-    DisplayDetail<kScopeIpInfo>(m_output, scopeId, scopeIpAddress, scopeIpMask);
+    if (IsDetailWanted(m_output))
+        DisplayThrough(
+            m_output,
+            Format(kScopeIpInfo, scopeId.c_str(), scopeIpAddress.c_str(), scopeIpMask.c_str()),
+            true);
+    // These names are part of the traced texts.
+    const std::string scopeIpAddressString = "Address";
+    const std::string scopeNetMaskString = "Mask";
     RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, scopesEntry,
                                                 CComBSTR(scopeId.c_str()), CComBSTR(scopeIpAddressString.c_str()),
                                                 CComVariant(scopeIpAddress.c_str())));
@@ -73,7 +78,8 @@ HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeIpInfo(const std::string& scopeId) {
 }
 
 HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& scopeId,
-                                                     std::string& address, std::string& mask) {
+                                                     std::string& address,
+                                                     std::string& mask) const {
     return m_useRegistry ? GetAdapterInfoForScopeUsingRegistry(scopeId, address, mask)
                          : GetAdapterInfoForScopeUsingIpConf(scopeId, address, mask);
 }
@@ -81,18 +87,17 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& scopeId,
 HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingIpConf(const std::string& scopeId,
                                                                 std::string& address,
                                                                 std::string& mask) {
-    const std::unique_ptr<CIpConf> ipConf = CIpConf::Take();
-    if (!ipConf) {
-        DT_TRACE(DiagTools::kTraceError, "%s is NULL", "ipConf");
+    AdapterList adapters;
+    if (!GetAdapters(adapters)) {
+        DT_TRACE(kTraceError, "%s is NULL", "ipConf");
         return E_POINTER;
     }
-    // "Zehp-On" is kept as released: log searches match it.
-    DT_TRACE(DiagTools::kTraceRecord, "Searching for Network ID on Zehp-On interface [%s]",
-             scopeId.c_str());
-    for (const Adapter& adapter : ipConf->Adapters()) {
+    // "Zehp-On" is kept for compatibility: log searches match it.
+    DT_TRACE(kTraceRecord, "Searching for Network ID on Zehp-On interface [%s]", scopeId.c_str());
+    for (const Adapter& adapter : adapters) {
         if (!IsGatewayInterface(adapter.displayName))
             continue;
-        DT_TRACE(DiagTools::kTraceRecord, kInterfaceFound, adapter.displayName.c_str());
+        DT_TRACE(kTraceRecord, kInterfaceFound, adapter.displayName.c_str());
         if (SUCCEEDED(GetAdapterInfoForScope(adapter, scopeId, address, mask)))
             return S_OK;
     }
@@ -102,14 +107,14 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingIpConf(const std::strin
 HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const Adapter& adapter,
                                                      const std::string& scopeId,
                                                      std::string& address, std::string& mask) {
-    const std::uint32_t scopeNumber = CIPAddressString(scopeId).Number();
+    const std::uint32_t scopeNumber = AddressNumber(scopeId);
     for (const AdapterAddress& found : adapter.addresses) {
-        DT_TRACE(DiagTools::kTraceRecord, kAddressFound, found.address.c_str(), found.mask.c_str());
+        DT_TRACE(kTraceRecord, kAddressFound, found.address.c_str(), found.mask.c_str());
         if (GetAdapterNetworkId(found.address, found.mask) != scopeNumber)
             continue;
         mask = found.mask;
         address = found.address;
-        DT_TRACE(DiagTools::kTraceRecord, kAddressFound, address.c_str(), mask.c_str());
+        DT_TRACE(kTraceRecord, kAddressFound, address.c_str(), mask.c_str());
         return S_OK;
     }
     return E_FAIL;
@@ -120,7 +125,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingRegistry(const std::str
                                                                   std::string& mask) {
     const RegKey interfaces = OpenKey(kInterfacesKey);
     if (!interfaces) {
-        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, kInterfacesKey);
+        DT_TRACE(kTraceError, kKeyNotOpened, kInterfacesKey);
         return E_FAIL;
     }
     char subkey[3 * 255 + 1];  // at most 255 UTF-16 units, of three bytes each in UTF-8
@@ -129,15 +134,15 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingRegistry(const std::str
         const LSTATUS error = ::RegEnumKeyExA(interfaces.get(), index, subkey, &chars, nullptr,
                                               nullptr, nullptr, nullptr);
         if (error != ERROR_SUCCESS && error != ERROR_NO_MORE_ITEMS)
-            DT_TRACE(DiagTools::kTraceError, "Unable to list registry key [%s], error [%ld]",
-                     kInterfacesKey, error);
+            DT_TRACE(kTraceError, "Unable to list registry key [%s], error [%ld]", kInterfacesKey,
+                     error);
         if (error != ERROR_SUCCESS)
             return E_FAIL;
         const std::string path = std::string(kInterfacesKey) + subkey;
         std::string name;
         if (FAILED(GetInterfaceName(path, name)) || !IsGatewayInterface(name))
             continue;
-        DT_TRACE(DiagTools::kTraceRecord, kInterfaceFound, name.c_str());
+        DT_TRACE(kTraceRecord, kInterfaceFound, name.c_str());
         if (SUCCEEDED(GetAdapterInfoForScope(path, scopeId, address, mask)))
             return S_OK;
     }
@@ -160,9 +165,8 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& registry
 
 std::uint32_t CDHCPSegmentInfoImpl::GetAdapterNetworkId(const std::string& address,
                                                         const std::string& mask) {
-    const std::uint32_t networkId =
-        NetworkAddress(CIPAddressString(address).Number(), CIPAddressString(mask).Number());
-    DT_TRACE(DiagTools::kTraceRecord, "Network ID [%s]", CIPAddressString(networkId).Text());
+    const std::uint32_t networkId = NetworkAddress(AddressNumber(address), AddressNumber(mask));
+    DT_TRACE(kTraceRecord, "Network ID [%s]", CIPAddressString(networkId).Text());
     return networkId;
 }
 
@@ -170,13 +174,13 @@ HRESULT CDHCPSegmentInfoImpl::GetInterfaceName(const std::string& registryEntryL
                                                std::string& name) {
     const RegKey key = OpenKey(registryEntryLocation);
     if (!key) {
-        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
+        DT_TRACE(kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
         return E_FAIL;
     }
     char text[kRegistryValueBytes];
     DWORD type = 0;
     if (!ReadRegistryText(key.get(), "Interface", text, type) || type == REG_MULTI_SZ) {
-        DT_TRACE(DiagTools::kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
+        DT_TRACE(kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
         return E_FAIL;
     }
     name = text;
@@ -197,13 +201,13 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterField(const std::string& registryEntryLo
                                               const char* valueName, TextList& texts) {
     const RegKey key = OpenKey(registryEntryLocation);
     if (!key) {
-        DT_TRACE(DiagTools::kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
+        DT_TRACE(kTraceError, kKeyNotOpened, registryEntryLocation.c_str());
         return E_FAIL;
     }
     char list[kRegistryValueBytes];
     DWORD type = 0;
     if (!ReadRegistryText(key.get(), valueName, list, type) || type != REG_MULTI_SZ) {
-        DT_TRACE(DiagTools::kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
+        DT_TRACE(kTraceError, kNoInterfaceName, registryEntryLocation.c_str());
         return E_FAIL;
     }
     for (const char* text = list; *text; text += texts.back().size() + 1)

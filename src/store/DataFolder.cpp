@@ -3,9 +3,9 @@
 #include <cstring>
 #include <string>
 
-#include "diagtools/AnsiText.h"
 #include "diagtools/DiagTraceInfo.h"
-#include "store/RegistryText.h"
+#include "win/AnsiPath.h"
+#include "win/RegistryText.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ HRESULT CreateDirectoryChain(const char* path) {
     while (*path) {
         const char* const token = path;
         while (*path && !IsSeparator(*path))
-            path = DiagTools::NextCharacter(path);
+            path = ::CharNextA(path);
         if (path != token) {
             accumulated.append(token, path).append("\\");
             ::CreateDirectoryA(accumulated.c_str(), nullptr);
@@ -41,11 +41,9 @@ const char* CDataFolder::Get() {
     if (m_resolved)
         return m_path;
     ReadOrRecordPath();
-    const char* last = m_path;
-    for (const char* at = m_path; *at; at = DiagTools::NextCharacter(at))
-        last = at;
+    char* const last = ::CharPrevA(m_path, m_path + std::strlen(m_path));
     if (IsSeparator(*last))
-        m_path[last - m_path] = '\0';
+        *last = '\0';
     CreateDirectoryChain(m_path);
     m_resolved = true;
     return m_path;
@@ -57,19 +55,17 @@ void CDataFolder::ReadOrRecordPath() {
                                             kRegReadWrite, nullptr, &opened, nullptr);
     if (error != ERROR_SUCCESS) {
         // The store is then looked for in the root of the current drive.
-        DT_TRACE(DiagTools::kTraceError, "Unable to open or create registry key [%s], error [%ld]",
-                 kDataKey, error);
+        DT_TRACE(kTraceError, "Unable to open or create registry key [%s], error [%ld]", kDataKey,
+                 error);
         return;
     }
     const RegKey key(opened);
     DWORD type = 0;
     if (ReadRegistryText(key.get(), "Path", m_path, type) && *m_path)
         return;
-    std::strcpy(m_path, ".\\");
-    char temporary[MAX_PATH];
-    const DWORD length = ::GetTempPathA(MAX_PATH, temporary);
-    if (length > 0 && length < MAX_PATH)
-        std::strcpy(m_path, temporary);
+    TemporaryPath temporary;
+    GetTemporaryFolder(temporary);
+    std::strcpy(m_path, std::strlen(temporary) < sizeof(m_path) ? temporary : ".\\");
     ::RegSetValueExA(key.get(), "Path", 0, REG_SZ, reinterpret_cast<const BYTE*>(m_path),
                      static_cast<DWORD>(std::strlen(m_path) + 1));
 }

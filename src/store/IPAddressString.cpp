@@ -1,11 +1,8 @@
 #include "store/IPAddressString.h"
 
-#include <charconv>
-#include <iterator>
+#include <cstdio>
 
 namespace {
-
-constexpr char kDottedQuad[] = "%u.%u.%u.%u";
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -14,18 +11,9 @@ bool IsDigit(char c) {
 }  // namespace
 
 CIPAddressString::CIPAddressString(std::uint32_t hostOrderAddress) {
-    char* end = m_text;
-    int shift = 24;
-    for (const char* at = kDottedQuad; *at; ++at) {
-        if (*at != '%') {
-            *end++ = *at;
-            continue;
-        }
-        ++at;
-        end = std::to_chars(end, std::end(m_text), hostOrderAddress >> shift & 0xFF).ptr;
-        shift -= 8;
-    }
-    *end = '\0';
+    std::snprintf(m_text, sizeof(m_text), "%u.%u.%u.%u", hostOrderAddress >> 24,
+                  hostOrderAddress >> 16 & 0xFF, hostOrderAddress >> 8 & 0xFF,
+                  hostOrderAddress & 0xFF);
 }
 
 CIPAddressString::CIPAddressString(const char* text) : m_number(kNoAddress) {

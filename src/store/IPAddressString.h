@@ -5,19 +5,18 @@
 
 /// An IPv4 address as text or as a 32-bit number in host order (first octet most significant).
 ///
-/// Each construction fills only the side its callers read: from a number the text, while Number()
-/// stays 0; from a text the number, while Text() stays empty.
+/// Each construction fills only the side that its callers read: from a number the text, while
+/// Number() stays 0; from a text the number, while Text() stays empty.
 class CIPAddressString {
 public:
-    /// Numbers a text that is no address; the same value as the address 255.255.255.255.
+    /// The number of a text that is not an address; the same as that of 255.255.255.255.
     static constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
 
     explicit CIPAddressString(std::uint32_t hostOrderAddress);
-    /// Decision 0001. Takes exactly four decimal octets without leading zeros. The short and octal
-    /// forms that inet_addr would read as well are no addresses here: read that way they would
-    /// silently move a host to another address.
+    /// Takes exactly four decimal octets without leading zeros (decision 0001). Not the short and
+    /// octal forms that inet_addr reads as well: they would silently move a host to another
+    /// address.
     explicit CIPAddressString(const char* text);
-    explicit CIPAddressString(const std::string& text) : CIPAddressString(text.c_str()) {}
 
     const char* Text() const { return m_text; }
     std::uint32_t Number() const { return m_number; }
@@ -26,3 +25,11 @@ private:
     char m_text[256];  // zero-terminated
     std::uint32_t m_number = 0;
 };
+
+inline std::uint32_t AddressNumber(const std::string& address) {
+    return CIPAddressString(address.c_str()).Number();
+}
+
+inline std::string AddressText(std::uint32_t hostOrderAddress) {
+    return CIPAddressString(hostOrderAddress).Text();
+}

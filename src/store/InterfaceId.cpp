@@ -10,9 +10,9 @@
 #include <string>
 
 #include "diagtools/DiagTraceInfo.h"
-#include "store/RegistryText.h"
-#include "store/TextConversion.h"
 #include "store/ZakStorageDB.h"
+#include "win/Handles.h"
+#include "win/TextConversion.h"
 
 namespace {
 
@@ -145,8 +145,7 @@ IID FindStorageInterfaceId(REFCLSID classId) {
     const auto traced = [](const IID& id, const std::wstring& source) {
         wchar_t text[kGuidChars] = L"";
         ::StringFromGUID2(id, text, static_cast<int>(std::size(text)));
-        DT_TRACE(DiagTools::kTraceDefault, "Interface id [%ls] published in [%ls]", text,
-                 source.c_str());
+        DT_TRACE(kTraceDefault, "Interface id [%ls] published in [%ls]", text, source.c_str());
         return id;
     };
     if (const FoundId found = FindInRegisteredLibrary(classKey))

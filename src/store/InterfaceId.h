@@ -2,12 +2,11 @@
 
 #include <windows.h>
 
-/// The id (decision 0012) that the storage component of this class knows its interface
-/// "IZakStorageDB" by. The component publishes it as COM components do, so it is looked up, in this
-/// order:
-///  - in the type library registered for the class,
-///  - in the type library inside the component's own file,
-///  - among the registered interfaces, by the name.
-/// Where it is not found, IID_IZakStorageDB. Nothing is changed; a look-up that fails costs its
-/// time only.
+/// Finds the id (decision 0012) by which the storage component of this class knows its interface
+/// "IZakStorageDB". The component publishes it as COM components do, so the search goes, in this
+/// order, through
+///  - the type library registered for the class,
+///  - the type library inside the component's own file,
+///  - the registered interfaces, by the name.
+/// Returns IID_IZakStorageDB if it is not found. Changes nothing.
 IID FindStorageInterfaceId(REFCLSID classId);

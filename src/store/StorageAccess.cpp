@@ -1,20 +1,37 @@
 #include "store/StorageAccess.h"
 
+#include <utility>
+
 #include "diagtools/HResultCheck.h"
 #include "store/DataFolder.h"
+#include "store/InterfaceId.h"
 
 namespace {
 
 constexpr char kTraceFile[] = "StorageAccess";
 
-const CComBSTR configurationFileSuffix(L"\\Zephon.XML");
+constexpr CConstantBstr kConfigurationFileSuffix(L"\\Zephon.XML");
 
 }  // namespace
 
-const CComBSTR clientsEntry(L"Clients");
-const CComBSTR scopesEntry(L"Segments");
-const CComBSTR clientNameEntry(L"Name");
-const CComBSTR MACEntry(L"MAC");
+HRESULT CStoragePtr::CoCreateInstance(const wchar_t* progId) {
+    Release();
+    CLSID classId;
+    const HRESULT hr = ::CLSIDFromProgID(progId, &classId);
+    if (FAILED(hr))
+        return hr;
+    const IID interfaceId = FindStorageInterfaceId(classId);
+    void* created = nullptr;
+    const HRESULT made = ::CoCreateInstance(classId, nullptr, CLSCTX_ALL, interfaceId, &created);
+    if (SUCCEEDED(made))
+        p = static_cast<IZakStorageDB*>(created);
+    return made;
+}
+
+void CStoragePtr::Release() {
+    if (IZakStorageDB* const held = std::exchange(p, nullptr))
+        held->Release();
+}
 
 CStorageAccess::~CStorageAccess() {
     Close();
@@ -42,16 +59,14 @@ HRESULT CStorageAccess::Initialize() {
 HRESULT CStorageAccess::InitializeStorageAccess() {
     RETURN_IF_FAILED(m_storageAccess.CoCreateInstance(L"Granite.ZakStorageDB"));
     if (!m_storageAccess) {
-        DT_TRACE(DiagTools::kTraceError, "%s is NULL", "m_storageAccess.p");
+        DT_TRACE(kTraceError, "%s is NULL", "m_storageAccess.p");
         return E_POINTER;
     }
     CDataFolder folder;
     CComBSTR bstrDBPath(folder.Get());
-    if (configurationFileSuffix.Length() != 0) {
-        const HRESULT appended = bstrDBPath.Append(configurationFileSuffix);
-        if (FAILED(appended))
-            return appended;
-    }
+    const HRESULT appended = bstrDBPath.Append(kConfigurationFileSuffix);
+    if (FAILED(appended))
+        return appended;
     RETURN_IF_FAILED(m_storageAccess->Initialize(bstrDBPath));
     return S_OK;
 }

@@ -1,17 +1,35 @@
 #pragma once
 
-#include "store/ComTypes.h"
-#include "store/InterfaceId.h"
 #include "store/ZakStorageDB.h"
+#include "win/ComTypes.h"
 
-// Section and value names of the store, allocated once at start-up; a failure there is fatal.
-extern const CComBSTR clientsEntry;
-extern const CComBSTR scopesEntry;
-extern const CComBSTR clientNameEntry;
-extern const CComBSTR MACEntry;
+// Section and value names of the store.
+inline constexpr CConstantBstr clientsEntry(L"Clients");
+inline constexpr CConstantBstr scopesEntry(L"Segments");
+inline constexpr CConstantBstr clientNameEntry(L"Name");
+inline constexpr CConstantBstr MACEntry(L"MAC");
+
+/// Owner of one reference to the storage component.
+class CStoragePtr {
+public:
+    CStoragePtr() = default;
+    ~CStoragePtr() { Release(); }
+    CStoragePtr(const CStoragePtr&) = delete;
+    CStoragePtr& operator=(const CStoragePtr&) = delete;
+
+    /// Creates the component and asks it for its interface. The id of the interface is found once
+    /// per run: beside a component that does not publish it, each search walks the whole registry
+    /// of interfaces.
+    HRESULT CoCreateInstance(const wchar_t* progId);
+    void Release();
+    IZakStorageDB* operator->() const { return p; }
+    explicit operator bool() const { return p != nullptr; }
+
+    IZakStorageDB* p = nullptr;
+};
 
 /// Base of the work classes: the gateway's configuration store, opened through its COM component.
-/// Failures are traced here and given back as the failing call's result.
+/// Failures are traced here and returned as the failing call's result.
 class CStorageAccess {
 public:
     CStorageAccess() = default;
@@ -22,16 +40,16 @@ public:
 
 protected:
     /// Enters COM (multithreaded), creates the component and opens the configuration file. After a
-    /// failure the component is released and m_storageAccess null.
+    /// failure the component is released and m_storageAccess is null.
     HRESULT Initialize();
-    /// Closes the file, releases the component and leaves COM. Does nothing when none is held.
-    /// Always S_OK.
+    /// Closes the file, releases the component and leaves COM. Does nothing if none is held. Always
+    /// returns S_OK.
     HRESULT Uninitialize();
-    /// Lists the entries of a section. False, and nothing is traced, when the store isn't open, the
-    /// call fails or it gives no list.
+    /// Lists the entries of a section. Returns false, without a trace, if the store is not open,
+    /// the call fails or the result is not a list.
     bool ListSection(BSTR section, CComVariant& entries);
 
-    CComPtr<IZakStorageDB, FindStorageInterfaceId> m_storageAccess;
+    CStoragePtr m_storageAccess;
 
 private:
     HRESULT InitializeStorageAccess();

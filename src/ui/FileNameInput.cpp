@@ -3,13 +3,12 @@
 #include <commdlg.h>
 
 #include <cstring>
-#include <iterator>
 
-#include "diagtools/AnsiText.h"
 #include "diagtools/DiagTraceInfo.h"
-#include "diagtools/ModulePath.h"
-#include "diagtools/RuntimeLibrary.h"
 #include "ui/ResourceIds.h"
+#include "win/AnsiPath.h"
+#include "win/RuntimeLibrary.h"
+#include "win/TextConversion.h"
 
 namespace {
 
@@ -22,74 +21,118 @@ constexpr char kFilters[] =  // pairs of text and pattern; the literal's own NUL
     "CSV Files (*.csv)\0*.csv\0"
     "Text Files (*.txt)\0*.txt\0"
     "All Files (*.*)\0*.*\0";
-// Kept as released: not the bare extension that the system's documentation asks for.
+// Kept for compatibility: not the bare extension that the system's documentation asks for.
 constexpr char kDefaultExtension[] = "*.csv";
 constexpr DWORD kFileBufferBytes = 256;
 
-using FileDialogFn = BOOL APIENTRY(OPENFILENAMEA* request);
-enum DialogEntry { kSaveDialog, kOpenDialog };
-constexpr const char* kDialogEntries[] = {"GetSaveFileNameA", "GetOpenFileNameA"};
+class CCommonDialogs : public CRuntimeLibrary {
+public:
+    CCommonDialogs() : CRuntimeLibrary("comdlg32.dll", LOAD_LIBRARY_SEARCH_SYSTEM32) {}
 
-/// The standard dialog; false when the user leaves it or the system has none. Its library is loaded
-/// with the first use: most runs show no dialog.
-bool ShowFileDialog(DialogEntry dialog, OPENFILENAMEA& request) {
-    static DiagTools::CRuntimeLibrary<2> library("comdlg32.dll", LOAD_LIBRARY_SEARCH_SYSTEM32,
-                                                 kDialogEntries);
-    const DWORD error = library.Load();
-    if (error != ERROR_SUCCESS) {
-        DT_TRACE(DiagTools::kTraceError, "Unable to load the file dialog, error [%lu]", error);
-        return false;
-    }
-    return library.Entry<FileDialogFn>(dialog)(&request) != FALSE;
+    CEntry<BOOL(OPENFILENAMEA* request)> GetSaveFileName{*this, "GetSaveFileNameA"};
+    CEntry<BOOL(OPENFILENAMEA* request)> GetOpenFileName{*this, "GetOpenFileNameA"};
+};
+
+/// Shows the standard dialog; false if the user cancels it or the system has none.
+bool ShowFileDialog(bool save, OPENFILENAMEA& request) {
+    static CCommonDialogs dialogs;
+    const DWORD error = dialogs.Load();
+    if (error != ERROR_SUCCESS)
+        DT_TRACE(kTraceError, "Unable to load the file dialog, error [%lu]", error);
+    return (save ? dialogs.GetSaveFileName(&request) : dialogs.GetOpenFileName(&request)) != FALSE;
 }
 
-/// Brings the current folder back at the end: the standard dialog moves it, and a relative name of
+/// Restores the current folder at the end: the standard dialog changes it, and a relative name of
 /// the log file is opened anew for each message.
 class CCurrentFolder {
 public:
     CCurrentFolder() : m_path(::GetCurrentDirectoryW(0, nullptr), L'\0') {
-        ::GetCurrentDirectoryW(static_cast<DWORD>(m_path.size()), &m_path[0]);
+        ::GetCurrentDirectoryW(static_cast<DWORD>(m_path.size()), m_path.data());
+        m_tracedPath = NarrowText(m_path.c_str());
     }
     ~CCurrentFolder() {
-        if (!::SetCurrentDirectoryW(m_path.c_str()))
-            DT_TRACE(DiagTools::kTraceError, "Unable to return to the folder [%ls], error [%lu]",
-                     m_path.c_str(), ::GetLastError());
+        if (::SetCurrentDirectoryW(m_path.c_str()))
+            return;
+        const DWORD error = ::GetLastError();
+        DT_TRACE(kTraceError, "Unable to return to the folder [%s], error [%lu]",
+                 m_tracedPath.c_str(), error);
     }
     CCurrentFolder(const CCurrentFolder&) = delete;
     CCurrentFolder& operator=(const CCurrentFolder&) = delete;
 
 private:
     std::wstring m_path;
+    std::string m_tracedPath;
 };
 
 }  // namespace
 
-CFileNameInput::CFileNameInput() : CModalDialog(IDD_FILE_NAME_INPUT) {
+CFileNameInput::CFileNameInput() {
     SetDefaultOutputFileName(kDefaultFileName);
 }
 
 void CFileNameInput::SetDefaultOutputFileName(const std::string& fileName) {
-    DiagTools::ModulePath program;
-    if (DiagTools::GetModulePath(nullptr, program))
+    ModulePath program;
+    if (GetModulePath(nullptr, program))
         m_fileName = program.folder + "\\" + fileName;
-    DT_TRACE(DiagTools::kTraceDefault, "Default output file [%s]", m_fileName.c_str());
+    DT_TRACE(kTraceDefault, "Default output file [%s]", m_fileName.c_str());
 }
 
-CModalDialog::MessageMap CFileNameInput::GetMessageMap() const {
-    static constexpr MessageMapEntry kEntries[] = {
-        {WM_INITDIALOG, 0, 0, DIALOG_HANDLER(CFileNameInput::OnInitDialog)},
-        {WM_COMMAND, IDC_BROWSE, BN_CLICKED, DIALOG_HANDLER(CFileNameInput::OnClickedFile)},
-        {WM_COMMAND, IDOK, BN_CLICKED, DIALOG_HANDLER(CFileNameInput::OnClickedOK)},
-        // Escape and the close box arrive as this, too.
-        {WM_COMMAND, IDCANCEL, BN_CLICKED, DIALOG_HANDLER(CFileNameInput::OnClickedCancel)},
-    };
-    return {std::begin(kEntries), std::end(kEntries)};
+INT_PTR CFileNameInput::DoModal(HWND owner) {
+    const INT_PTR result =
+        ::DialogBoxParamA(::GetModuleHandleA(nullptr), MAKEINTRESOURCEA(IDD_FILE_NAME_INPUT), owner,
+                          &CFileNameInput::DialogProc, reinterpret_cast<LPARAM>(this));
+    if (m_thrown)
+        std::rethrow_exception(m_thrown);
+    return result;
+}
+
+INT_PTR CALLBACK CFileNameInput::DialogProc(HWND window, UINT message, WPARAM wParam,
+                                            LPARAM lParam) {
+    if (message == WM_INITDIALOG) {
+        ::SetWindowLongPtrA(window, DWLP_USER, lParam);
+        reinterpret_cast<CFileNameInput*>(lParam)->m_window = window;
+    }
+    // The system handles the messages that come before WM_INITDIALOG.
+    auto* const dialog = reinterpret_cast<CFileNameInput*>(::GetWindowLongPtrA(window, DWLP_USER));
+    if (!dialog)
+        return FALSE;
+    // Windows calls this: exceptions must not cross its frames.
+    try {
+        return dialog->OnMessage(message, wParam) ? TRUE : FALSE;
+    } catch (...) {
+        dialog->m_thrown = std::current_exception();
+        ::EndDialog(window, -1);
+        return TRUE;
+    }
+}
+
+bool CFileNameInput::OnMessage(UINT message, WPARAM wParam) {
+    if (message == WM_INITDIALOG) {
+        OnInitDialog();
+        return true;
+    }
+    if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED)
+        return false;
+    switch (LOWORD(wParam)) {
+        case IDC_BROWSE:
+            OnClickedFile();
+            return true;
+        case IDOK:
+            OnClickedOK();
+            return true;
+        case IDCANCEL:  // also for Escape and the close box
+            ::EndDialog(m_window, IDCANCEL);
+            return true;
+        default:
+            return false;
+    }
 }
 
 void CFileNameInput::OnInitDialog() {
-    m_fileNameEdit = ::GetDlgItem(Window(), IDC_FILE_NAME);
-    if (::SetDlgItemTextA(Window(), IDC_FILE_NAME, m_fileName.c_str())) {
-        m_okButton = ::GetDlgItem(Window(), IDOK);
+    m_fileNameEdit = ::GetDlgItem(m_window, IDC_FILE_NAME);
+    if (::SetDlgItemTextA(m_window, IDC_FILE_NAME, m_fileName.c_str())) {
+        m_okButton = ::GetDlgItem(m_window, IDOK);
     } else {
         ::MessageBeep(static_cast<UINT>(-1));
         ::SetFocus(m_fileNameEdit);
@@ -98,16 +141,16 @@ void CFileNameInput::OnInitDialog() {
 
 void CFileNameInput::OnClickedFile() {
     // What was typed is what gets proposed.
-    m_fileName = GetControlText(IDC_FILE_NAME);
+    m_fileName = EditedText();
     if (m_fileName.empty())
         SetDefaultOutputFileName(kDefaultFileName);
     char buffer[kFileBufferBytes] = "";
     std::memcpy(buffer, m_fileName.c_str(),
-                DiagTools::WholeCharacters(m_fileName.c_str(), sizeof(buffer) - 1));
+                WholeCharacters(m_fileName.c_str(), sizeof(buffer) - 1));
 
     OPENFILENAMEA request{};
     request.lStructSize = sizeof(request);
-    request.hwndOwner = Window();
+    request.hwndOwner = m_window;
     request.hInstance = ::GetModuleHandleA(nullptr);
     request.lpstrFilter = kFilters;
     request.nFilterIndex = 1;
@@ -117,18 +160,22 @@ void CFileNameInput::OnClickedFile() {
     request.lpstrTitle = m_outputMode ? kOutputTitle : kInputTitle;
     request.lpstrDefExt = kDefaultExtension;
     const CCurrentFolder before;
-    if (!ShowFileDialog(m_outputMode ? kSaveDialog : kOpenDialog, request))
+    if (!ShowFileDialog(m_outputMode, request))
         return;
     m_fileName = buffer;
     ::SetWindowTextA(m_fileNameEdit, m_fileName.c_str());
 }
 
 void CFileNameInput::OnClickedOK() {
-    m_fileName = GetControlText(IDC_FILE_NAME);
-    DT_TRACE(DiagTools::kTraceDefault, "Default output file [%s]", m_fileName.c_str());
-    EndDialog(IDOK);
+    m_fileName = EditedText();
+    DT_TRACE(kTraceDefault, "Default output file [%s]", m_fileName.c_str());
+    ::EndDialog(m_window, IDOK);
 }
 
-void CFileNameInput::OnClickedCancel() {
-    EndDialog(IDCANCEL);
+std::string CFileNameInput::EditedText() const {
+    const int length = ::GetWindowTextLengthA(m_fileNameEdit);
+    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    const int copied = ::GetWindowTextA(m_fileNameEdit, text.data(), length + 1);
+    text.resize(static_cast<std::size_t>(copied));
+    return text;
 }

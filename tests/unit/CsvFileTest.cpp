@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "LabLibrary.h"
-#include "diagtools/Handle.h"
 #include "diagtools/ModuleStatistics.h"
+#include "win/Handles.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ TEST(CsvFile, EntriesAreTheLinesBehindTheHeaderThatSaySomething) {
 
 TEST(CsvFile, AFailureToReadIsTracedAndHalfALineIsNone) {
     constexpr char kPipe[] = "\\\\.\\pipe\\dhcpmigrate test";
-    const DiagTools::Handle pipe(
+    const Handle pipe(
         ::CreateNamedPipeA(kPipe, PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr));
     std::thread writer([&] {
         ::ConnectNamedPipe(pipe.get(), nullptr);

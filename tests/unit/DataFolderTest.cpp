@@ -6,7 +6,7 @@
 
 #include "LabLibrary.h"
 #include "diagtools/ModuleStatistics.h"
-#include "store/RegistryText.h"
+#include "win/RegistryText.h"
 
 namespace {
 

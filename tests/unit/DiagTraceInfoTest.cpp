@@ -60,7 +60,10 @@ TEST_F(Trace, ALineCarriesItsPlaceAndItsText) {
                                             "code: a(\\\"%s\\\")"));
     LOG_IF_FAILED(S_FALSE);
     EXPECT_EQ(NewLines(), "") << "no failure";
-    CONTAIN_EXCEPTIONS(throw std::runtime_error("lost"));
+    try {
+        throw std::runtime_error("lost");
+    }
+    CATCH_RECORD()
     const std::string lost = NewLines();
     EXPECT_EQ(lost.substr(0, 9), "filter\n1|");
     EXPECT_NE(lost.find("|Record left out, exception [lost]\n"), std::string::npos);
@@ -84,9 +87,9 @@ TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
     EXPECT_FALSE(info(8 | 1, "text"));
     EXPECT_TRUE(info(8 | 4, "text"));
     EXPECT_EQ(NewLines(), "filter\n12|Tag|F|7|text\n");
-    DT_TRACE(8, "a level that is off does not even ask the client");
+    DT_TRACE(kTraceDetail, "a level that is off does not even ask the client");
     EXPECT_EQ(NewLines(), "");
-    DT_TRACE(4, "the client's answer counts from now on");
+    DT_TRACE(kTraceProgress, "the client's answer counts from now on");
     EXPECT_EQ(traceFilter, 0xBCu | 1 | 2 | 256) << "the client's mask, and what passes always";
     EXPECT_NE(NewLines(), "");
 }

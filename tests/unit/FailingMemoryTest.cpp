@@ -71,7 +71,7 @@ void IsABeginning(long n, const std::string& whole, const std::string& left) {
 }
 
 TEST(FailingMemory, ImportsAskTheServerWithWholeTextsInOrderOrNotAtAll) {
-    const boost::weak_ptr<COutputMsg> output;
+    const Output output;
     const std::string client = kName + ",10.1.0.5,255.255.0.0,0.0.0.0,0.0.0.0,0-1-2-3-4-5,Reserved";
     const std::string scope = kName + ",10.1.0.1,255.255.0.0,10.1.0.0,";
     FailEachAllocation([&] { CDHCPClientInfoImpl(output, kServer, 60).SetDHCPClientInfo(client); },
@@ -106,8 +106,7 @@ TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
     const lab_test::Folder folder;
     const std::string path = std::filesystem::path(folder / L"a.bat").string();
     const auto writeCommands = [&] {
-        cleanUp(clients,
-                boost::make_shared<CNetshCommands>(boost::weak_ptr<COutputMsg>(), kServer, path));
+        cleanUp(clients, boost::make_shared<CNetshCommands>(Output(), kServer, path));
     };
     FailEachAllocation(
         writeCommands, [&] { return lab_test::ReadAll(folder / L"a.bat"); }, IsABeginning);

@@ -4,7 +4,7 @@
 
 #include "LabLibrary.h"
 #include "TemporaryFolderIs.h"
-#include "diagtools/Handle.h"
+#include "win/Handles.h"
 
 namespace {
 
@@ -56,9 +56,9 @@ TEST_F(InternalTrace, OnlyAFileAbove1024000BytesStartsAnew) {
 
 TEST_F(InternalTrace, AFileThatAnotherProcessHoldsOrThatIsALinkIsLeftAlone) {
     lab_test::WriteAll(m_log, "theirs");
-    DiagTools::Handle other(::CreateFileW(m_log.c_str(), GENERIC_READ,
-                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                          nullptr, OPEN_EXISTING, 0, nullptr));
+    Handle other(::CreateFileW(m_log.c_str(), GENERIC_READ,
+                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                               OPEN_EXISTING, 0, nullptr));
     CInternalTrace::Write("lost");
     other.reset();
     EXPECT_EQ(lab_test::ReadAll(m_log), "theirs");

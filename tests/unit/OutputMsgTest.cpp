@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "LabLibrary.h"
-#include "diagtools/Handle.h"
+#include "win/Handles.h"
 
 namespace {
 
@@ -35,8 +35,8 @@ public:
 
 private:
     HANDLE m_before;
-    DiagTools::Handle m_server;
-    DiagTools::Handle m_client;
+    Handle m_server;
+    Handle m_client;
 };
 
 using Texts = std::vector<std::string>;
@@ -60,9 +60,9 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
     const lab_test::Folder folder;
     const std::string path = std::filesystem::path(folder / L"log.txt").string();
     lab_test::WriteAll(folder / L"log.txt", "of the run before");
-    DiagTools::Handle reader(::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                           OPEN_EXISTING, 0, nullptr));
+    Handle reader(::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0,
+                                nullptr));
     const auto content = [&folder] { return lab_test::ReadAll(folder / L"log.txt"); };
     MessagePipe console;
     COutputMsg output;
@@ -83,7 +83,7 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
     output.SetOutputLogFile("");
     output.DisplayMsg("c", false);
     EXPECT_EQ(console.Messages(), Texts{"c"});
-    DisplayThrough(boost::weak_ptr<COutputMsg>(), "its owner has let go", false);
+    DisplayThrough(Output(), "its owner has let go", false);
     EXPECT_EQ(console.Messages(), Texts());
 }
 

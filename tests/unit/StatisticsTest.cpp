@@ -4,9 +4,9 @@
 #include <string>
 #include <thread>
 
-#include "diagtools/Handle.h"
 #include "diagtools/ModuleStatistics.h"
 #include "diagtools/StatisticsMemory.h"
+#include "win/Handles.h"
 
 namespace {
 

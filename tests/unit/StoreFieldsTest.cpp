@@ -7,7 +7,7 @@
 #include <system_error>
 #include <vector>
 
-#include "store/TextConversion.h"
+#include "win/TextConversion.h"
 
 namespace {
 
@@ -85,7 +85,7 @@ TEST(TextConversion, IsThatOfTheThreadsCodePage) {
     const LCID before = ::GetThreadLocale();
     ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
     EXPECT_EQ(NarrowText(L"a\x3042"), "a\x82\xa0");
-    EXPECT_STREQ(CWideText("a\x82\xa0").Get(), L"a\x3042");
+    EXPECT_STREQ(WideText("a\x82\xa0").c_str(), L"a\x3042");
     ::SetThreadLocale(before);
     EXPECT_EQ(NarrowText(nullptr), "");
 }
@@ -112,14 +112,14 @@ TEST(StoreFields, PairsFillTheFieldsAndThenBecomeTheirTypes) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
         CComVariant result;
-        CStoreValue values[2];
+        CComVariant values[2];
         const ArrayView pairs(MakeResult(result, row.pairs, 1));
         const StoreFailure failure = ReadFields(pairs, "pair name", fields, values);
         std::ostringstream actual;
         if (FAILED(failure.hr))
             actual << failure.text << " " << std::hex << failure.hr;
         else
-            actual << values[0].Narrow() << " " << values[1].Get().ulVal;
+            actual << values[0].Narrow() << " " << values[1].ulVal;
         EXPECT_EQ(actual.str(), row.expected);
     }
 }

@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <fstream>
-
 #include "diagtools/DiagTraceInfo.h"
 #include "driver/output/TextFile.h"
 
@@ -11,8 +9,7 @@ namespace {
 
 constexpr char kTraceFile[] = "OutputMsg";
 
-/// The C++ streams are no use here: a console, a pipe and a file each get a text from them in other
-/// pieces, and a reader sees halves of lines.
+/// Not std::cout: it may split a message into several writes, and a reader would see half a line.
 void WriteToConsole(const std::string& message) {
     const std::string bytes = TextModeBytes(message);
     DWORD written = 0;
@@ -22,12 +19,12 @@ void WriteToConsole(const std::string& message) {
 
 }  // namespace
 
-bool COutputMsg::IsWanted(bool verboseOnly) const {
-    return m_verbose || !verboseOnly || (DiagTools::traceFilter & DiagTools::kTraceDetail) != 0;
+bool COutputMsg::IsDetailWanted() const {
+    return m_verbose || (DiagTools::traceFilter & DiagTools::kTraceDetail) != 0;
 }
 
 void COutputMsg::DisplayMsg(const std::string& message, bool verboseOnly) {
-    DT_TRACE_TEXT(DiagTools::kTraceDetail, message.c_str());
+    DT_TRACE_TEXT(kTraceDetail, message.c_str());
     if (!m_verbose && verboseOnly)
         return;
     if (m_logFileName.empty())
@@ -38,18 +35,23 @@ void COutputMsg::DisplayMsg(const std::string& message, bool verboseOnly) {
 
 void COutputMsg::SetOutputLogFile(const std::string& fileName) {
     m_logFileName = fileName;
-    // Both C++ libraries open streams deny-none: others may read and write the file meanwhile.
     if (!m_logFileName.empty())
-        std::ofstream truncated(m_logFileName, std::ios::out | std::ios::trunc);
+        EmptyFile(m_logFileName);
 }
 
-bool IsDetailWanted(const boost::weak_ptr<COutputMsg>& output) {
+bool IsDetailWanted(const Output& output) {
     const boost::shared_ptr<COutputMsg> shown = output.lock();
-    return shown && shown->IsWanted(true);
+    return shown && shown->IsDetailWanted();
 }
 
-void DisplayThrough(const boost::weak_ptr<COutputMsg>& output, const std::string& message,
-                    bool verboseOnly) {
+void DisplayThrough(const Output& output, const std::string& message, bool verboseOnly) {
     if (const boost::shared_ptr<COutputMsg> shown = output.lock())
         shown->DisplayMsg(message, verboseOnly);
+}
+
+void ShowResult(const Output& output, const std::string& record, unsigned long error) {
+    if (error != 0)
+        DisplayThrough(output, record + Format(kRecordFailed, error), false);
+    else if (IsDetailWanted(output))
+        DisplayThrough(output, record + kRecordDone, true);
 }

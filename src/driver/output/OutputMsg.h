@@ -5,7 +5,7 @@
 #include <boost/weak_ptr.hpp>
 #include <string>
 
-#include "driver/output/FillText.h"
+#include "driver/output/Format.h"
 
 /// The one channel to the user: the console or, once a log file was chosen, the end of that file.
 /// Always made with boost::make_shared. Failures are silent: the message is lost, the run goes on.
@@ -16,10 +16,11 @@ public:
 
     /// Traces the message, then writes it as it is (it carries its own "\n") in one write. The log
     /// file is opened and closed for each message, so that others can read it during the run.
-    /// verboseOnly: not written when verbose is off.
+    /// verboseOnly: not written if verbose is off.
     void DisplayMsg(const std::string& message, bool verboseOnly);
-    /// Whether anybody gets to see such a message; when not, it need not be made.
-    bool IsWanted(bool verboseOnly) const;
+    /// True if a message for verbose users would be shown or traced; otherwise there is no need to
+    /// make it.
+    bool IsDetailWanted() const;
 
     void SetVerbose(bool verbose) { m_verbose = verbose; }
     /// Empties the file at once, so that each run starts with an empty log. An empty name means the
@@ -31,17 +32,16 @@ private:
     bool m_verbose = true;
 };
 
-// These speak through an output object that its owner may have let go of: then nothing is shown.
+using Output = boost::weak_ptr<COutputMsg>;
 
-/// Whether a message that is shown to verbose users only has to be made.
-bool IsDetailWanted(const boost::weak_ptr<COutputMsg>& output);
+// These do nothing once the output object is gone.
 
-void DisplayThrough(const boost::weak_ptr<COutputMsg>& output, const std::string& message,
-                    bool verboseOnly);
+bool IsDetailWanted(const Output& output);
+void DisplayThrough(const Output& output, const std::string& message, bool verboseOnly);
 
-/// Shows a filled text to verbose users; it is made only when it is wanted.
-template <const auto& Text, class... Places>
-void DisplayDetail(const boost::weak_ptr<COutputMsg>& output, const Places&... places) {
-    if (IsDetailWanted(output))
-        DisplayThrough(output, FillText<Text>(places...), true);
-}
+inline constexpr char kRecordDone[] = "OK\n";
+inline constexpr char kRecordFailed[] = "Failed with error [%lu].\n";  // error code
+
+/// Shows the text of a record with the result behind it: success (0) to verbose users, an error to
+/// everybody.
+void ShowResult(const Output& output, const std::string& record, unsigned long error);

@@ -1,8 +1,8 @@
 #include "driver/output/TextFile.h"
 
-#include "diagtools/Handle.h"
+#include "win/Handles.h"
 
-std::string TextModeBytes(std::string_view text) {
+std::string TextModeBytes(const std::string& text) {
     std::string bytes;
     bytes.reserve(text.size() + 8);
     for (const char c : text) {
@@ -13,15 +13,16 @@ std::string TextModeBytes(std::string_view text) {
     return bytes;
 }
 
-bool AppendText(const std::string& fileName, std::string_view text) {
-    const HANDLE opened =
-        ::CreateFileA(fileName.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                      nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (opened == INVALID_HANDLE_VALUE)
-        return false;
-    const DiagTools::Handle file(opened);
+void EmptyFile(const std::string& fileName) {
+    OpenFileHandle(fileName.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                   CREATE_ALWAYS);
+}
+
+void AppendText(const std::string& fileName, const std::string& text) {
     const std::string bytes = TextModeBytes(text);
+    const Handle file = OpenFileHandle(fileName.c_str(), FILE_APPEND_DATA,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS);
     DWORD written = 0;
-    return ::WriteFile(opened, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
-           written == bytes.size();
+    if (file)
+        ::WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }

@@ -1,6 +1,6 @@
 // Owners of COM resources, under the names that the traced expression texts use, such as
-// "CComBSTR(scopeId.c_str())" in the store calls: so the traced text is the code itself. Only the
-// members this tool needs.
+// "CComBSTR(scopeId.c_str())" in the store calls, so that the traced text is the code itself. Only
+// the members this tool needs.
 #pragma once
 
 #include <windows.h>
@@ -10,7 +10,23 @@
 #include <cstddef>
 #include <string>
 
-/// Owns a BSTR. Throws std::system_error with E_OUTOFMEMORY when it can't be allocated.
+/// A BSTR that needs no allocation, for constants: the text with its length in bytes before it, as
+/// COM lays it out. Callees only read it.
+template <std::size_t N>
+class CConstantBstr {
+public:
+    constexpr explicit CConstantBstr(const wchar_t (&text)[N]) {
+        for (std::size_t i = 0; i < N; ++i)
+            m_text[i] = text[i];
+    }
+    operator BSTR() const { return const_cast<BSTR>(m_text); }
+
+private:
+    [[maybe_unused]] DWORD m_bytes = (N - 1) * sizeof(wchar_t);
+    wchar_t m_text[N] = {};
+};
+
+/// Owns a BSTR. Throws std::system_error with E_OUTOFMEMORY if it can't be allocated.
 class CComBSTR {
 public:
     CComBSTR() = default;
@@ -22,8 +38,7 @@ public:
     CComBSTR& operator=(const CComBSTR&) = delete;
 
     operator BSTR() const { return m_str; }
-    UINT Length() const { return ::SysStringLen(m_str); }
-    HRESULT Append(const CComBSTR& text);
+    HRESULT Append(BSTR text);
 
 private:
     BSTR m_str = nullptr;
@@ -42,48 +57,15 @@ public:
     /// Deep copy, replacing the present content; both sides own theirs.
     HRESULT CopyFrom(const VARIANT& source);
     /// Converts in place; a failure leaves the content as it was.
-    HRESULT ChangeType(VARTYPE type) { return ::VariantChangeType(this, this, 0, type); }
+    HRESULT ChangeType(VARTYPE type) {
+        return vt == type ? S_OK : ::VariantChangeType(this, this, 0, type);
+    }
     /// The text of a VT_BSTR as narrow text; a null BSTR is the empty text.
     std::string Narrow() const;
 };
 
-/// Owns one reference to a COM object. FindId tells the id that the objects of a class know the
-/// interface by.
-template <class Interface, IID (*FindId)(REFCLSID)>
-class CComPtr {
-public:
-    CComPtr() = default;
-    ~CComPtr() { Release(); }
-    CComPtr(const CComPtr&) = delete;
-    CComPtr& operator=(const CComPtr&) = delete;
-
-    HRESULT CoCreateInstance(const wchar_t* progId) {
-        Release();
-        CLSID classId;
-        const HRESULT hr = ::CLSIDFromProgID(progId, &classId);
-        if (FAILED(hr))
-            return hr;
-        void* created = nullptr;
-        const HRESULT made =
-            ::CoCreateInstance(classId, nullptr, CLSCTX_ALL, FindId(classId), &created);
-        if (SUCCEEDED(made))
-            p = static_cast<Interface*>(created);
-        return made;
-    }
-    void Release() {
-        if (Interface* const held = p) {
-            p = nullptr;
-            held->Release();
-        }
-    }
-    Interface* operator->() const { return p; }
-    explicit operator bool() const { return p != nullptr; }
-
-    Interface* p = nullptr;
-};
-
-/// The time that this thread uses COM (multithreaded). A thread that had entered COM in another
-/// mode before stays in that one, and is not taken out of it.
+/// Keeps the thread in the multithreaded apartment. A thread that had entered COM in another mode
+/// before stays in that one, and is not taken out of it.
 class CComApartment {
 public:
     CComApartment() = default;

@@ -1,8 +1,8 @@
-#include "store/ComTypes.h"
+#include "win/ComTypes.h"
 
 #include <system_error>
 
-#include "store/TextConversion.h"
+#include "win/TextConversion.h"
 
 namespace {
 
@@ -21,9 +21,9 @@ BSTR AllocateText(const wchar_t* text) {
 
 CComBSTR::CComBSTR(const wchar_t* text) : m_str(AllocateText(text)) {}
 
-CComBSTR::CComBSTR(const char* text) : CComBSTR(CWideText(text).Get()) {}
+CComBSTR::CComBSTR(const char* text) : CComBSTR(WideText(text).c_str()) {}
 
-HRESULT CComBSTR::Append(const CComBSTR& text) {
+HRESULT CComBSTR::Append(BSTR text) {
     BSTR joined = nullptr;
     const HRESULT hr = ::VarBstrCat(m_str, text, &joined);
     if (SUCCEEDED(hr)) {
@@ -35,7 +35,7 @@ HRESULT CComBSTR::Append(const CComBSTR& text) {
 
 CComVariant::CComVariant(const char* text) {
     ::VariantInit(this);
-    bstrVal = AllocateText(CWideText(text).Get());
+    bstrVal = AllocateText(WideText(text).c_str());
     vt = VT_BSTR;
 }
 

@@ -1,4 +1,4 @@
-#include "store/RegistryText.h"
+#include "win/RegistryText.h"
 
 bool IsTerminatedText(DWORD type, const char* data, DWORD bytes) {
     switch (type) {

@@ -1,0 +1,25 @@
+// Owners of handles. Null is no handle.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+
+struct HandleClose {
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const noexcept { ::CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<HANDLE, HandleClose>;
+
+struct RegKeyClose {
+    using pointer = HKEY;
+    void operator()(HKEY key) const noexcept { ::RegCloseKey(key); }
+};
+using RegKey = std::unique_ptr<HKEY, RegKeyClose>;
+
+/// Opens a file as CreateFileA does. Null when that fails; GetLastError has the code.
+inline Handle OpenFileHandle(const char* path, DWORD access, DWORD share, DWORD disposition,
+                             DWORD flags = FILE_ATTRIBUTE_NORMAL) {
+    const HANDLE file = ::CreateFileA(path, access, share, nullptr, disposition, flags, nullptr);
+    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+}
