@@ -9,6 +9,7 @@
 #include "dhcpserver/DhcpApiLibrary.h"
 #include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
+#include "diagtools/ModuleStatistics.h"
 #include "store/IPAddressString.h"
 #include "win/TextConversion.h"
 
@@ -104,7 +105,10 @@ DWORD CDHCPManager::CreateSubnet(const std::string& scopeName, const std::string
     std::string hostName;
     std::string netBiosName;
     std::uint32_t ipAddress = 0;
+    const std::uint32_t errorLines = DiagTools::CModuleStatistics::ErrorLines();
     LOG_IF_FAILED(GetHostInfo(hostName, netBiosName, ipAddress));
+    // This fails on almost every server, so its lines must not turn a clean import into a warning.
+    DiagTools::CModuleStatistics::SetErrorLines(errorLines);
 
     std::wstring wideName = WideText(scopeName);
     std::wstring wideComment = WideText(comment);
