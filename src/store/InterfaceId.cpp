@@ -2,7 +2,6 @@
 
 #include <oleauto.h>
 
-#include <cstddef>
 #include <cwchar>
 #include <iterator>
 #include <memory>
@@ -18,7 +17,11 @@ namespace {
 
 constexpr char kTraceFile[] = "InterfaceId";
 
-constexpr std::size_t kGuidChars = 39;  // with braces and terminator
+// Only registrations for the whole machine count. HKEY_CLASSES_ROOT would merge in the user's own:
+// any program of the same user can write those, and could have this elevated one load its file. COM
+// ignores them in an elevated process for the same reason.
+constexpr wchar_t kClasses[] = L"SOFTWARE\\Classes\\";
+
 using FoundId = std::optional<IID>;
 
 struct ComRelease {
@@ -27,21 +30,22 @@ struct ComRelease {
 using TypeLibrary = std::unique_ptr<ITypeLib, ComRelease>;
 using TypeInfo = std::unique_ptr<ITypeInfo, ComRelease>;
 
-/// The default value of a key below HKEY_CLASSES_ROOT; empty when there is none.
+/// The default value of a key below the classes; empty if there is none.
 std::wstring ClassesText(const std::wstring& key) {
     wchar_t text[1024];
     DWORD bytes = sizeof(text);
-    return ::RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text,
-                          &bytes) == ERROR_SUCCESS
+    return ::RegGetValueW(HKEY_LOCAL_MACHINE, (kClasses + key).c_str(), nullptr, RRF_RT_REG_SZ,
+                          nullptr, text, &bytes) == ERROR_SUCCESS
                ? text
                : L"";
 }
 
-/// Calls visit with the name of each key below this one until it returns an id.
+/// Calls visit with the path and the name of each key below this one until it returns an id.
 template <class Visit>
 FoundId FindInSubkeys(const std::wstring& key, const Visit& visit) {
     HKEY opened = nullptr;
-    if (::RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
+    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, (kClasses + key).c_str(), 0, KEY_READ, &opened) !=
+        ERROR_SUCCESS)
         return std::nullopt;
     const RegKey owner(opened);
     wchar_t name[256];
@@ -64,11 +68,28 @@ bool HasName(ITypeLib& library, UINT index) {
     return same;
 }
 
-/// load: gives a library, as LoadTypeLib does.
-template <class Load>
-FoundId FindInLibrary(const Load& load) {
+/// The id, if it is that of an interface derived directly from IUnknown. With one that has
+/// IDispatch's functions before its own, our first call would land in GetTypeInfoCount.
+FoundId CustomInterfaceId(ITypeInfo& info) {
+    TYPEATTR* attributes = nullptr;
+    if (FAILED(info.GetTypeAttr(&attributes)))
+        return std::nullopt;
+    const bool isCustom = attributes->typekind == TKIND_INTERFACE &&
+                          (attributes->wTypeFlags & (TYPEFLAG_FDUAL | TYPEFLAG_FDISPATCHABLE)) == 0;
+    const IID id = attributes->guid;
+    info.ReleaseTypeAttr(attributes);
+    return isCustom ? FoundId(id) : std::nullopt;
+}
+
+/// Looks into the type library in a file.
+FoundId FindInFile(const std::wstring& file) {
+    // LoadTypeLibEx searches for a relative path, and takes a text that is not a file for a
+    // moniker.
+    const bool absolute = file.find(L":\\") == 1 || file.rfind(L"\\\\", 0) == 0;
+    if (!absolute || ::GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES)
+        return std::nullopt;
     ITypeLib* received = nullptr;
-    const HRESULT loaded = load(&received);
+    const HRESULT loaded = ::LoadTypeLibEx(file.c_str(), REGKIND_NONE, &received);
     const TypeLibrary library(received);
     if (FAILED(loaded) || !library)
         return std::nullopt;
@@ -77,32 +98,21 @@ FoundId FindInLibrary(const Load& load) {
         if (!HasName(*library, index) || FAILED(library->GetTypeInfo(index, &info)))
             continue;
         const TypeInfo owner(info);
-        TYPEATTR* attributes = nullptr;
-        if (FAILED(info->GetTypeAttr(&attributes)))
-            continue;
-        const bool isInterface =
-            attributes->typekind == TKIND_INTERFACE || attributes->typekind == TKIND_DISPATCH;
-        const IID id = attributes->guid;
-        info->ReleaseTypeAttr(attributes);
-        if (isInterface)
+        if (const FoundId id = CustomInterfaceId(*info))
             return id;
     }
     return std::nullopt;
 }
 
+/// Looks into the library registered for the class: TypeLib\{id}\version\language\platform.
 FoundId FindInRegisteredLibrary(const std::wstring& classKey) {
-    const std::wstring libraryText = ClassesText(classKey + L"\\TypeLib");
-    GUID libraryId;
-    if (FAILED(::IIDFromString(libraryText.c_str(), &libraryId)))
+    const std::wstring libraryId = ClassesText(classKey + L"\\TypeLib");
+    if (libraryId.empty())
         return std::nullopt;
-    // One key a version, "major.minor" in hexadecimal.
-    return FindInSubkeys(L"TypeLib\\" + libraryText, [&](const std::wstring&, const wchar_t* name) {
-        unsigned short major = 0;
-        unsigned short minor = 0;
-        if (std::swscanf(name, L"%hx.%hx", &major, &minor) != 2)
-            return FoundId();
-        return FindInLibrary([&](ITypeLib** library) {
-            return ::LoadRegTypeLib(libraryId, major, minor, LOCALE_NEUTRAL, library);
+    return FindInSubkeys(L"TypeLib\\" + libraryId, [](const std::wstring& version, const wchar_t*) {
+        return FindInSubkeys(version, [](const std::wstring& language, const wchar_t*) {
+            const FoundId found = FindInFile(ClassesText(language + L"\\win64"));
+            return found ? found : FindInFile(ClassesText(language + L"\\win32"));
         });
     });
 }
@@ -112,17 +122,9 @@ std::wstring ServerFile(const std::wstring& commandLine) {
     if (commandLine.rfind(L'"', 0) == 0)
         return commandLine.substr(1, commandLine.find(L'"', 1) - 1);
     std::wstring lower = commandLine;
-    ::CharLowerBuffW(&lower[0], static_cast<DWORD>(lower.size()));
+    ::CharLowerBuffW(lower.data(), static_cast<DWORD>(lower.size()));
     const std::size_t arguments = lower.find(L".exe ");
     return commandLine.substr(0, arguments == lower.npos ? arguments : arguments + 4);
-}
-
-FoundId FindInServer(const std::wstring& serverKey) {
-    const std::wstring file = ServerFile(ClassesText(serverKey));
-    if (file.empty())
-        return std::nullopt;
-    return FindInLibrary(
-        [&](ITypeLib** library) { return ::LoadTypeLibEx(file.c_str(), REGKIND_NONE, library); });
 }
 
 FoundId FindInRegisteredInterfaces() {
@@ -136,24 +138,31 @@ FoundId FindInRegisteredInterfaces() {
         });
 }
 
+std::wstring GuidText(const GUID& guid) {
+    wchar_t text[39] = L"";  // with braces and terminator
+    ::StringFromGUID2(guid, text, static_cast<int>(std::size(text)));
+    return text;
+}
+
 }  // namespace
 
 IID FindStorageInterfaceId(REFCLSID classId) {
-    wchar_t classText[kGuidChars] = L"";
-    ::StringFromGUID2(classId, classText, static_cast<int>(std::size(classText)));
-    const std::wstring classKey = std::wstring(L"CLSID\\") + classText;
-    const auto traced = [](const IID& id, const std::wstring& source) {
-        wchar_t text[kGuidChars] = L"";
-        ::StringFromGUID2(id, text, static_cast<int>(std::size(text)));
-        DT_TRACE(kTraceDefault, "Interface id [%ls] published in [%ls]", text, source.c_str());
-        return id;
-    };
-    if (const FoundId found = FindInRegisteredLibrary(classKey))
-        return traced(*found, classKey + L"\\TypeLib");
-    for (const wchar_t* const server : {L"\\InprocServer32", L"\\LocalServer32"})
-        if (const FoundId found = FindInServer(classKey + server))
-            return traced(*found, classKey + server);
-    if (const FoundId found = FindInRegisteredInterfaces())
-        return traced(*found, L"Interface");
-    return IID_IZakStorageDB;
+    const std::wstring classKey = L"CLSID\\" + GuidText(classId);
+    std::wstring source = classKey + L"\\TypeLib";
+    FoundId found = FindInRegisteredLibrary(classKey);
+    for (const wchar_t* const server : {L"\\InprocServer32", L"\\LocalServer32"}) {
+        if (found)
+            break;
+        source = classKey + server;
+        found = FindInFile(ServerFile(ClassesText(source)));
+    }
+    if (!found) {
+        source = L"Interface";
+        found = FindInRegisteredInterfaces();
+    }
+    if (!found)
+        return IID_IZakStorageDB;
+    DT_TRACE(kTraceDefault, "Interface id [%s] published in [%s]",
+             NarrowText(GuidText(*found).c_str()).c_str(), NarrowText(source.c_str()).c_str());
+    return *found;
 }

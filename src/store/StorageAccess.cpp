@@ -20,7 +20,7 @@ HRESULT CStoragePtr::CoCreateInstance(const wchar_t* progId) {
     const HRESULT hr = ::CLSIDFromProgID(progId, &classId);
     if (FAILED(hr))
         return hr;
-    const IID interfaceId = FindStorageInterfaceId(classId);
+    static const IID interfaceId = FindStorageInterfaceId(classId);
     void* created = nullptr;
     const HRESULT made = ::CoCreateInstance(classId, nullptr, CLSCTX_ALL, interfaceId, &created);
     if (SUCCEEDED(made))
