@@ -82,7 +82,7 @@ void CDHCPClientInfoImpl::GetDHCPInfo(const std::string& fileName) {
                 if (SUCCEEDED(GetDHCPClientInfo(client.bstrVal, line)))
                     file << line;
             }
-            CATCH_RECORD()
+            CATCH_RECORD_UNLESS(m_netshCommands)
         }
     });
     if (!written)

@@ -70,7 +70,7 @@ void CDHCPSegmentInfoImpl::GetDHCPInfo(const std::string& fileName) {
                 if (SUCCEEDED(GetDHCPScopeInfo(scopeId, line)))
                     file << line;
             }
-            CATCH_RECORD()
+            CATCH_RECORD_UNLESS(m_netshCommands)
         }
     });
     if (!written)
@@ -90,7 +90,7 @@ HRESULT CDHCPSegmentInfoImpl::GetScopesList(TextList& scopeIds) {
         try {
             scopeIds.push_back(NarrowText(scopeId.bstrVal));
         }
-        CATCH_RECORD()
+        CATCH_RECORD_UNLESS(m_netshCommands)
     }
     return S_OK;
 }
