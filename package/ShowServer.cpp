@@ -1,5 +1,4 @@
 // show_server FILE: what the stand-in DHCP server holds, for reading, in the console's code page.
-// lab/show-server without Python.
 #include <windows.h>
 
 #include <boost/json.hpp>

@@ -59,7 +59,6 @@ class Guide(World):
         script = self.base / "commands"
         script.write_text("\n".join(["@echo off"] * for_cmd + lines) + "\n", encoding="cp1252")
         env = self.environment()
-        env["PATH"] = f"{ROOT / 'lab'}:{env['PATH']}"
         # A file: what is piped into Wine's cmd ends with the first program that it starts.
         with open(script, "rb") as typed, open(self.base / "answers", "w+b") as out:
             start = self.wine if for_cmd else subprocess.Popen
