@@ -68,13 +68,11 @@ void Show(const std::string& message) {
 }
 
 void ShowClient(std::string text, const char* end) {
-    static const char* const labels[] = {"Name [",           "], IP Address [", "], NetMask [",
-                                         "], DNS1 [",        "], DNS2 [",       "], MAC Address [",
-                                         "], Lease Status ["};
-    for (int i = 0; verbose != "off" && i < 7; ++i)
-        text.append(labels[i]).append(fields[i]);
-    if (verbose != "off")
-        Show(text.append(end));
+    int i = 0;
+    for (const char* label : {"Name [", "], IP Address [", "], NetMask [", "], DNS1 [", "], DNS2 [",
+                              "], MAC Address [", "], Lease Status ["})
+        text.append(label).append(fields[i++]);
+    Show(text.append(end));
 }
 
 void SetText(std::string& text, const VARIANT& value) {
@@ -112,12 +110,10 @@ void Export() {
     for (ULONG i = 0; i < entries.parray->rgsabound[0].cElements; ++i, ++entry) {
         store->EnumerateWithValue(1, 0, section, entry->bstrVal, nullptr, &pairs);
         const auto* pair = static_cast<VARIANT*>(pairs.parray->pvData);
-        for (int n = 0; n < 7; ++n, pair += 2) {
-            int field = 0;
-            while (std::wcscmp(pair[0].bstrVal, names[field]) != 0)
-                ++field;
-            SetText(fields[field], pair[1]);
-        }
+        for (int n = 0; n < 7; ++n, pair += 2)
+            for (int field = 0; field < 7; ++field)
+                if (std::wcscmp(pair[0].bstrVal, names[field]) == 0)
+                    SetText(fields[field], pair[1]);
         ::VariantClear(&pairs);
         for (int field = 0; field < 7; ++field)
             block.append(fields[field]).append(field < 6 ? ", " : "\r\n");
@@ -125,7 +121,8 @@ void Export() {
             Write(csv, block);
             block.clear();
         }
-        ShowClient("Client found : ", "]\r\n");
+        if (verbose != "off")
+            ShowClient("Client found : ", "]\r\n");
     }
     Write(csv, block);
     ::CloseHandle(csv);
@@ -173,7 +170,7 @@ void Import() {
         wchar_t name[256] = L"";
         ::MultiByteToWideChar(CP_ACP, 0, fields[0].c_str(), -1, name, 256);
         BYTE mac[6];
-        for (unsigned i = 0; i < 6; ++i)
+        for (std::size_t i = 0; i < 6; ++i)
             std::from_chars(&fields[5][3 * i], &fields[5][3 * i] + 2, mac[i], 16);
         ClientInfo info{AddressOf(fields[1]),
                         AddressOf(fields[2]),
@@ -191,7 +188,8 @@ void Import() {
         const Element element{2, &reservation};
         if (fields[6] == "Reserved")
             addElement(wideServer.c_str(), info.address & info.mask, &element);
-        ShowClient("Client to add in DHCP server : ", "] -> OK\r\n");
+        if (verbose != "off")
+            ShowClient("Client to add in DHCP server : ", "] -> OK\r\n");
     }
     ::FreeLibrary(library);
     Show("\r\nDHCP clients information should be available on DHCP server.\r\n\r\n");
