@@ -32,12 +32,9 @@ Handle OpenAlone(const std::wstring& path) {
 
 }  // namespace
 
-StateFile::StateFile(std::wstring path) : m_path(std::move(path)) {
-    if (m_path.empty())
-        m_path = L"dhcpserver.json";
-}
-
 DWORD StateFile::Run(const std::function<DWORD(ServerState&)>& call) {
+    if (m_path.empty())
+        return RPC_S_SERVER_UNAVAILABLE;
     if (m_state)
         return call(*m_state);
     Handle file = OpenAlone(m_path);

@@ -13,11 +13,12 @@ namespace lab {
 
 class StateFile {
 public:
-    /// Nothing is opened or read before the first call. A missing file is an empty server.
-    /// Without a path it is dhcpserver.json in the current folder.
-    explicit StateFile(std::wstring path);
+    /// Nothing is opened or read before the first call. A missing file is an empty server; without
+    /// a path there is no server.
+    explicit StateFile(std::wstring path) : m_path(std::move(path)) {}
 
-    /// Runs one call on the state. Throws std::runtime_error when it cannot be read.
+    /// Runs one call on the state; returns RPC_S_SERVER_UNAVAILABLE, and does nothing, when there
+    /// is no server. Throws std::runtime_error when the state cannot be read.
     DWORD Run(const std::function<DWORD(ServerState&)>& call);
 
     /// Writes the state if it has changed. Throws std::runtime_error when that fails.

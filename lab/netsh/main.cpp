@@ -25,6 +25,7 @@ NetshAnswer Execute(const std::vector<std::wstring>& words) {
     try {
         if (!fault.IsRefusal()) {
             StateFile file(EnvironmentText(L"DHCPLAB_SERVER_STATE"));
+            answer = AnswerTo(RPC_S_SERVER_UNAVAILABLE, command->server);
             file.Run([&](ServerState& state) {
                 answer = command->Run(state, settings);
                 return ERROR_SUCCESS;

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -43,6 +44,24 @@ std::string Narrow(const char* text) {
     return lab::Escape(std::string_view(text));
 }
 
+/// The program registers before it does anything else. Beside the lab's dhcpsapi.dll, and without a
+/// state for that server, somebody has started it by hand, perhaps on a real gateway: it would
+/// change the store there and report success for a server that does not exist. So it ends here.
+void EndOutsideOfALab() {
+    std::wstring path(32768, L'\0');
+    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    const std::wstring server = path.substr(0, path.find_last_of(L'\\') + 1) + L"dhcpsapi.dll";
+    if (!lab::EnvironmentText(L"DHCPLAB_SERVER_STATE").empty() ||
+        ::GetFileAttributesW(server.c_str()) == INVALID_FILE_ATTRIBUTES)
+        return;
+    std::fputs(
+        "The dhcpsapi.dll beside this program is a stand-in, and DHCPLAB_SERVER_STATE is not "
+        "set: nothing was done.\n",
+        stderr);
+    std::fflush(stderr);
+    ::TerminateProcess(::GetCurrentProcess(), 1);
+}
+
 /// `content` is fit for a line; the two numbers that nobody uses have to be 0.
 void Trace(const char* entry, const void* registration, const char* file, Number line,
            const char* function, Number level, Number reserved, const void* source,
@@ -61,6 +80,7 @@ void Trace(const char* entry, const void* registration, const char* file, Number
 extern "C" {
 
 void* DTRegisterModule(HMODULE module, const char* path, const char* text1, const char* text2) {
+    EndOutsideOfALab();
     if (!module || !path || !text1 || !text2)
         Misuse("DTRegisterModule with a null argument");
     if ((::GetErrorMode() & kNoBoxes) != kNoBoxes)

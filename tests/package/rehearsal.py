@@ -48,6 +48,9 @@ OWN_FILES = """\
 4 scopes
 39 clients
 """
+COMMANDS = {
+    "dhcpmigrate.exe": ["-l", r"sample\clients.csv", "-i", "192.0.2.2"],
+    "netsh.exe": "dhcp server 192.0.2.2 add scope 10.1.0.0 255.255.0.0 Main".split()}
 REFUSALS = [
     (r"HKCR\Granite.ZakStorageDB\CLSID", "", "{00000000-0000-0000-0000-000000000001}",
      "Not here: the gateway's storage component is registered (Granite.ZakStorageDB).\n"),
@@ -62,10 +65,11 @@ def wine(*command, **options):
         "cwd": FOLDER, "env": ENVIRONMENT, "stdin": subprocess.DEVNULL, **options}
 
 
-def run(*command):
+def run(*command, **settings):
     """A file, not a pipe, which what Wine leaves behind would keep open."""
     with open(FOLDER.parent / "rehearsal.log", "w+b") as log:
         words, options = wine(*command, stdout=log, stderr=log, timeout=100)
+        options["env"] = {**ENVIRONMENT, **settings}
         code = subprocess.run(words, **options).returncode
         log.seek(0)
         return code, log.read().decode("cp1252").replace("\r\n", "\n")
@@ -85,6 +89,31 @@ def rehearse(argument=""):
 def outline(text):
     found = re.findall(r"^(?:== |> |\d+ \w|The machine).*\n", text, flags=re.M)
     return "".join(found)
+
+
+def check_alone():
+    """What is started by hand, without rehearse.cmd, must not pass for a gateway's run."""
+    alone = FOLDER / "alone"
+    alone.mkdir()
+
+    def check(program, expected_code, expected, **settings):
+        code, text = run(program, *COMMANDS[program.name], **settings)
+        assert code == expected_code and expected in text, f"{program}: {code}\n{text}"
+
+    def take(*names):
+        for name in names:
+            shutil.copy(FOLDER / "lab" / name, alone)
+
+    before = sorted(FOLDER.rglob("*"))
+    check(FOLDER / "lab" / "dhcpmigrate.exe", 1, "DHCPLAB_SERVER_STATE is not set: nothing was done")
+    check(FOLDER / "lab" / "netsh.exe", 1, "Unable to determine the DHCP Server version")
+    assert sorted(FOLDER.rglob("*")) == before, "a file was left"
+    take("dhcpmigrate.exe", "dhcpsapi.dll")
+    check(alone / "dhcpmigrate.exe", 0, "Failed with error [1722]")
+    (alone / "dhcpsapi.dll").unlink()
+    take("DTClient.dll")
+    check(alone / "dhcpmigrate.exe", 0, "Setting DHCP Clients", DHCPLAB_TRACE="trace.txt")
+    assert "unregister" in (FOLDER / "trace.txt").read_text(), "no trace"
 
 
 def interrupt():
@@ -107,6 +136,7 @@ def main():
         expected, name = line.split(" *")
         assert hashlib.sha256((FOLDER / name).read_bytes()).hexdigest() == expected, name
     before = registry()
+    check_alone()
 
     def check(argument, expected_code, expected, seen=lambda text: text):
         code, text = rehearse(argument)
