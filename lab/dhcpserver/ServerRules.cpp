@@ -33,11 +33,6 @@ bool IsIdentifier(const Identifier& hardware) {
     return !hardware.empty() && hardware.size() <= kMaxIdentifierBytes;
 }
 
-bool IsInScope(DWORD scopeId, const Scope& scope, const AddressRange& range) {
-    return range.first <= range.last && IsInSubnet(scopeId, scope.mask, range.first) &&
-           IsInSubnet(scopeId, scope.mask, range.last);
-}
-
 /// What a record takes of a page: the record, its pointer, its texts, its identifier.
 DWORD PageBytes(const Client& client) {
     std::size_t bytes = sizeof(api::Client) + sizeof(void*) + client.hardware.size();

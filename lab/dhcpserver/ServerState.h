@@ -73,6 +73,12 @@ inline bool IsInSubnet(DWORD scopeId, DWORD mask, DWORD address) {
     return (address & mask) == scopeId;
 }
 
+/// True when the range is not backwards and both ends lie in the scope's subnet.
+inline bool IsInScope(DWORD scopeId, const Scope& scope, const AddressRange& range) {
+    return range.first <= range.last && IsInSubnet(scopeId, scope.mask, range.first) &&
+           IsInSubnet(scopeId, scope.mask, range.last);
+}
+
 /// The state with its indexes.
 class ServerState {
 public:

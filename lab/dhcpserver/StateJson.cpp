@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <boost/json.hpp>
 #include <stdexcept>
-#include <tuple>
 
 #include "lab/journal/Text.h"
 
@@ -12,283 +11,269 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::size_t kLineColumns = 240;  // room for a client
+std::string JsonText(const Text& text) {
+    return text ? json::serialize(json::string_view(ToUtf8(*text))) : "null";
+}
+
+std::string JsonText(DWORD address) {
+    return '"' + Dotted(address) + '"';
+}
+
+std::string JsonText(const Identifier& hardware) {
+    return '"' + HexBytes(hardware, "-") + '"';
+}
+
+std::string JsonText(const Reservation& reservation) {
+    return "{\"mac\": " + JsonText(reservation.hardware) +
+           ", \"types\": " + std::to_string(reservation.allowedTypes) + "}";
+}
+
+std::string JsonText(const OptionValue& option) {
+    std::string text;
+    for (const OptionElement& element : option)
+        text += (text.empty() ? "" : ", ") +
+                (element.type == api::kOptionAddress
+                     ? "{\"ip\": " + JsonText(element.number) + "}"
+                     : "{\"dword\": " + std::to_string(element.number) + "}");
+    return "[" + text + "]";
+}
+
+std::string JsonText(const Client& client) {
+    return "{\"mac\": " + JsonText(client.hardware) + ", \"name\": " + JsonText(client.name) +
+           ", \"comment\": " + JsonText(client.comment) +
+           ", \"expires\": " + std::to_string(client.expires) +
+           ", \"type\": " + std::to_string(client.type) +
+           ", \"ownerName\": " + JsonText(client.ownerName) +
+           ", \"ownerAddress\": " + JsonText(client.ownerAddress) + "}";
+}
+
+std::string JsonText(const Scope& scope);
+
+/// One member a line.
+template <class Value>
+std::string JsonTable(const std::map<DWORD, Value>& table, const std::string& indent,
+                      std::string (*key)(std::uint32_t) = Dotted) {
+    std::string text;
+    for (const auto& [number, value] : table)
+        text += (text.empty() ? "" : ",") + indent + '"' + key(number) + "\": " + JsonText(value);
+    return "{" + text + "}";
+}
+
+std::string JsonText(const Scope& scope) {
+    const auto& range = scope.range;
+    return "{\"mask\": " + JsonText(scope.mask) + ", \"name\": " + JsonText(scope.name) +
+           ", \"comment\": " + JsonText(scope.comment) +
+           ", \"state\": " + std::to_string(scope.state) +
+           (scope.netBiosName ? ", \"netBiosName\": " + JsonText(scope.netBiosName) : "") +
+           (scope.hostName ? ", \"hostName\": " + JsonText(scope.hostName) : "") + ", \"range\": " +
+           (range ? "{\"first\": " + JsonText(range->first) +
+                        ", \"last\": " + JsonText(range->last) + "}"
+                  : "null") +
+           ",\n    \"exclusions\": " + JsonTable(scope.exclusions, "\n      ") +
+           ",\n    \"options\": " +
+           JsonTable(scope.options, "\n      ",
+                     [](auto number) { return std::to_string(number); }) +
+           ",\n    \"reservations\": " + JsonTable(scope.reservations, "\n      ") + "}";
+}
 
 void Require(bool isFine, const std::string& otherwise) {
     if (!isFine)
         throw std::runtime_error(otherwise);
 }
 
-/// Runs the work; a failure says in which place it was.
-template <class Work>
-void In(std::string_view place, const Work& work) {
-    try {
-        work();
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(std::string(place) + ": " + error.what());
-    }
+DWORD ReadAddress(const std::wstring& text) {
+    const auto address = ParseAddress(text);
+    Require(address.has_value(), "not an address");
+    return *address;
 }
 
-// Forms: how one kind of value is written as JSON and read from it.
-
-struct TextForm {
-    static json::value Write(const std::wstring& text) { return json::string(ToUtf8(text)); }
-    static std::wstring Read(const json::value& value) {
-        Require(value.is_string(), "not a text");
-        return FromUtf8(value.get_string());
-    }
-};
-
-struct AddressForm {
-    static json::value Write(DWORD address) { return json::string(Dotted(address)); }
-    static DWORD Read(const json::value& value) {
-        const auto address = ParseAddress(TextForm::Read(value));
-        Require(address.has_value(), "not an address");
-        return *address;
-    }
-};
+std::wstring ReadText(const json::value& value) {
+    Require(value.is_string(), "not a text");
+    return FromUtf8(value.get_string());
+}
 
 template <class Number>
-struct NumberForm {
-    static json::value Write(Number number) { return number; }
-    static Number Read(const json::value& value) {
-        json::error_code error;
-        const Number number = value.to_number<Number>(error);
-        Require(!error, "not a number, or too big");
-        return number;
-    }
-};
+Number ReadNumber(const json::value& value) {
+    json::error_code error;
+    const Number number = value.to_number<Number>(error);
+    Require(!error, "not a number, or too big");
+    return number;
+}
 
-/// Pairs of digits; a dash may be left out when it is written by hand.
-struct HardwareForm {
-    static json::value Write(const Identifier& bytes) { return json::string(HexBytes(bytes, "-")); }
-    static Identifier Read(const json::value& value) {
-        std::wstring digits = TextForm::Read(value);
-        digits.erase(std::remove(digits.begin(), digits.end(), L'-'), digits.end());
-        const auto bytes = ParseHexBytes(digits);
-        Require(bytes && !bytes->empty() && bytes->size() <= kMaxIdentifierBytes,
-                "not 1 to 255 hexadecimal bytes");
-        return *bytes;
+/// An object of the snapshot. A member that is missing has a default; a failure names the member.
+class Members {
+public:
+    explicit Members(const json::value& value) : m_object(value.if_object()) {
+        Require(m_object != nullptr, "not an object");
     }
-};
-
-struct OptionNumberForm {
-    static json::value Write(DWORD id) { return json::string(std::to_string(id)); }
-    static DWORD Read(const json::value& value) {
-        const auto id = ParseNumber(TextForm::Read(value), 255);
-        Require(id.has_value(), "not an option's number");
-        return static_cast<DWORD>(*id);
-    }
-};
-
-/// {"ip": "10.1.0.1"} or {"dword": 691200}
-struct OptionElementForm {
-    static json::value Write(const OptionElement& element) {
-        if (element.type == api::kOptionAddress)
-            return json::object{{"ip", AddressForm::Write(element.number)}};
-        return json::object{{"dword", element.number}};
-    }
-    static OptionElement Read(const json::value& value) {
-        const json::object* const object = value.if_object();
-        Require(object && object->size() == 1, "not one element");
-        if (const json::value* const address = object->if_contains("ip"))
-            return {api::kOptionAddress, AddressForm::Read(*address)};
-        Require(object->contains("dword"), "neither ip nor dword");
-        return {api::kOptionDword, NumberForm<DWORD>::Read(object->begin()->value())};
-    }
-};
-
-template <class Form, class Value>
-struct ListForm {
-    static json::value Write(const std::vector<Value>& list) {
-        json::array all;
-        for (const Value& value : list)
-            all.push_back(Form::Write(value));
-        return all;
-    }
-    static std::vector<Value> Read(const json::value& value) {
-        Require(value.is_array(), "not a list");
-        std::vector<Value> list;
-        for (const json::value& element : value.get_array())
-            list.push_back(Form::Read(element));
-        return list;
-    }
-};
-
-/// Null for none.
-template <class Form, class Value>
-struct OptionalForm {
-    static json::value Write(const std::optional<Value>& value) {
-        return value ? Form::Write(*value) : json::value(nullptr);
-    }
-    static std::optional<Value> Read(const json::value& value) {
-        return value.is_null() ? std::nullopt : std::optional<Value>(Form::Read(value));
-    }
-};
-using NullableTextForm = OptionalForm<TextForm, std::wstring>;
-
-/// Left out for none.
-struct Rare {};
-template <class Form, class Value>
-struct RareForm : OptionalForm<Form, Value>, Rare {};
-
-template <class KeyForm, class Form, class Value>
-struct TableForm {
-    static json::value Write(const std::map<DWORD, Value>& table) {
-        json::object all;
-        for (const auto& [key, value] : table)
-            all[KeyForm::Write(key).get_string()] = Form::Write(value);
-        return all;
-    }
-    static std::map<DWORD, Value> Read(const json::value& value) {
-        Require(value.is_object(), "not an object");
-        std::map<DWORD, Value> table;
-        for (const auto& member : value.get_object()) {
-            In(
-                member.key(),
-                [&table, &member] {
-                    table.emplace(KeyForm::Read(json::value(member.key())),
-                                  Form::Read(member.value()));
-                });
+    template <class Read>
+    void With(json::string_view name, const Read& read) {
+        const json::value* const found = m_object->if_contains(name);
+        try {
+            if (found)
+                read(*found);
+        } catch (const std::runtime_error& error) {
+            throw std::runtime_error(std::string(name) + ": " + error.what());
         }
-        return table;
+        m_known += found ? 1 : 0;
     }
+    template <class Read>
+    void ForEach(const Read& read) {
+        for (const auto& member : *m_object)
+            With(
+                member.key(), [&](auto& value) { read(FromUtf8(member.key()), value); });
+    }
+    lab::Text Text(const char* name) {
+        lab::Text text;
+        With(name, [&](auto& value) { text = value.is_null() ? text : ReadText(value); });
+        return text;
+    }
+    DWORD Address(const char* name, DWORD otherwise = 0) {
+        With(name, [&](auto& value) { otherwise = ReadAddress(ReadText(value)); });
+        return otherwise;
+    }
+    template <class Type>
+    Type Number(const char* name, Type otherwise) {
+        With(name, [&](auto& value) { otherwise = ReadNumber<Type>(value); });
+        return otherwise;
+    }
+    /// Pairs of digits; the dashes may be left out.
+    Identifier Hardware() {
+        std::wstring digits = Text("mac").value_or(L"");
+        digits.erase(std::remove(digits.begin(), digits.end(), L'-'), digits.end());
+        const Identifier bytes = ParseHexBytes(digits).value_or("");
+        Require(!bytes.empty() && bytes.size() <= kMaxIdentifierBytes,
+                "mac: not 1 to 255 hexadecimal bytes");
+        return bytes;
+    }
+    /// A name that nobody has asked for is a typing error.
+    void RequireNoOther() const { Require(m_known == m_object->size(), "a member is not known"); }
+
+private:
+    const json::object* m_object;
+    std::size_t m_known = 0;
 };
 
-template <class TheForm, class Record, class Field>
-struct Member {
-    using Form = TheForm;
-    const char* name;
-    Field Record::*field;
-};
-template <class Form, class Record, class Field>
-constexpr Member<Form, Record, Field> As(const char* name, Field Record::*field) {
-    return {name, field};
+OptionValue ReadOption(const json::value& list) {
+    Require(list.is_array(), "not a list");
+    OptionValue option;
+    for (const json::value& element : list.get_array()) {
+        Members members(element);
+        members.With(
+            "ip",
+            [&](auto& value) {
+                option.push_back({api::kOptionAddress, ReadAddress(ReadText(value))});
+            });
+        members.With("dword", [&](auto& value) {
+            option.push_back({api::kOptionDword, ReadNumber<DWORD>(value)});
+        });
+        members.RequireNoOther();
+    }
+    Require(option.size() == list.get_array().size(), "not one of ip and dword");
+    return option;
 }
 
-/// The members that `kMembers` lists. One that is missing keeps its value, one that no list has is
-/// a typing error.
-template <class Record, const auto& kMembers>
-struct RecordForm {
-    static json::value Write(const Record& record) {
-        json::object object;
-        const auto write = [&object, &record](const auto& member) {
-            using Form = typename std::decay_t<decltype(member)>::Form;
-            json::value value = Form::Write(record.*member.field);
-            if (!std::is_base_of_v<Rare, Form> || !value.is_null())
-                object[member.name] = std::move(value);
-        };
-        std::apply([&write](const auto&... member) { (write(member), ...); }, kMembers);
-        return object;
-    }
-    static Record Read(const json::value& value) {
-        Require(value.is_object(), "not an object");
-        Record record{};
-        std::size_t known = 0;
-        const auto read = [&](const auto& member) {
-            using Form = typename std::decay_t<decltype(member)>::Form;
-            if (const json::value* const found = value.get_object().if_contains(member.name)) {
-                In(
-                    member.name, [&] { record.*member.field = Form::Read(*found); });
-                ++known;
-            }
-        };
-        std::apply([&read](const auto&... member) { (read(member), ...); }, kMembers);
-        Require(known == value.get_object().size(), "a member is not known");
-        return record;
-    }
-};
-
-constexpr std::tuple kRangeMembers{As<AddressForm>("first", &AddressRange::first),
-                                   As<AddressForm>("last", &AddressRange::last)};
-using RangeForm = RecordForm<AddressRange, kRangeMembers>;
-
-constexpr std::tuple kReservationMembers{As<HardwareForm>("mac", &Reservation::hardware),
-                                         As<NumberForm<BYTE>>("types", &Reservation::allowedTypes)};
-using ReservationForm = RecordForm<Reservation, kReservationMembers>;
-
-using OptionForm = ListForm<OptionElementForm, OptionElement>;
-constexpr std::tuple kScopeMembers{
-    As<AddressForm>("mask", &Scope::mask),
-    As<NullableTextForm>("name", &Scope::name),
-    As<NullableTextForm>("comment", &Scope::comment),
-    As<NumberForm<DWORD>>("state", &Scope::state),
-    As<RareForm<TextForm, std::wstring>>("netBiosName", &Scope::netBiosName),
-    As<RareForm<TextForm, std::wstring>>("hostName", &Scope::hostName),
-    As<OptionalForm<RangeForm, AddressRange>>("range", &Scope::range),
-    As<TableForm<AddressForm, AddressForm, DWORD>>("exclusions", &Scope::exclusions),
-    As<TableForm<OptionNumberForm, OptionForm, OptionValue>>("options", &Scope::options),
-    As<TableForm<AddressForm, ReservationForm, Reservation>>("reservations", &Scope::reservations)};
-using ScopeForm = RecordForm<Scope, kScopeMembers>;
-
-constexpr std::tuple kClientMembers{As<HardwareForm>("mac", &Client::hardware),
-                                    As<NullableTextForm>("name", &Client::name),
-                                    As<NullableTextForm>("comment", &Client::comment),
-                                    As<NumberForm<ULONGLONG>>("expires", &Client::expires),
-                                    As<NumberForm<BYTE>>("type", &Client::type),
-                                    As<NullableTextForm>("ownerName", &Client::ownerName),
-                                    As<AddressForm>("ownerAddress", &Client::ownerAddress)};
-using ClientForm = RecordForm<Client, kClientMembers>;
-
-struct KnownServer {
-    std::vector<std::wstring> addresses;
-};
-constexpr std::tuple kServerMembers{
-    As<ListForm<TextForm, std::wstring>>("addresses", &KnownServer::addresses)};
-
-struct Snapshot {
-    std::optional<KnownServer> server;
-    std::map<DWORD, Scope> scopes;
-    std::map<DWORD, Client> clients;
-};
-constexpr std::tuple kSnapshotMembers{
-    As<RareForm<RecordForm<KnownServer, kServerMembers>, KnownServer>>("server", &Snapshot::server),
-    As<TableForm<AddressForm, ScopeForm, Scope>>("scopes", &Snapshot::scopes),
-    As<TableForm<AddressForm, ClientForm, Client>>("clients", &Snapshot::clients)};
-using SnapshotForm = RecordForm<Snapshot, kSnapshotMembers>;
-
-/// One member a line, unless all of the object fits on one.
-void Print(std::string& out, const json::value& value, std::size_t indent) {
-    const std::string line = json::serialize(value);
-    if (!value.is_object() || line.size() + indent <= kLineColumns) {
-        out += line;
-        return;
-    }
-    const char* separator = "{\n";
-    for (const auto& member : value.get_object()) {
-        out += separator + std::string(indent + 2, ' ') + json::serialize(member.key()) + ": ";
-        Print(out, member.value(), indent + 2);
-        separator = ",\n";
-    }
-    out += '\n' + std::string(indent, ' ') + '}';
+/// All of a scope but its reservations.
+Scope ReadScope(Members& members) {
+    Scope scope{members.Address("mask"),
+                members.Text("name"),
+                members.Text("comment"),
+                members.Number<DWORD>("state", 0),
+                members.Text("netBiosName"),
+                members.Text("hostName"),
+                {},
+                {},
+                {},
+                {}};
+    members.With(
+        "range",
+        [&](auto& value) {
+            if (value.is_null())
+                return;
+            Members range(value);
+            scope.range = {range.Address("first"), range.Address("last")};
+            range.RequireNoOther();
+        });
+    members.With(
+        "exclusions",
+        [&](auto& table) {
+            Members(table).ForEach([&](const std::wstring& first, auto& last) {
+                scope.exclusions[ReadAddress(first)] = ReadAddress(ReadText(last));
+            });
+        });
+    members.With("options", [&](auto& table) {
+        Members(table).ForEach([&](const std::wstring& name, auto& list) {
+            const auto number = ParseNumber(name, 255);
+            Require(number.has_value(), "not an option's number");
+            scope.options[static_cast<DWORD>(*number)] = ReadOption(list);
+        });
+    });
+    return scope;
 }
 
-void CheckScope(DWORD id, const Scope& scope, const ServerState& state) {
-    const auto isInside = [&](DWORD first, DWORD last) {
-        return first <= last && IsInSubnet(id, scope.mask, first) &&
-               IsInSubnet(id, scope.mask, last);
-    };
+void PutScope(DWORD id, const json::value& value, ServerState& state) {
+    Members members(value);
+    const Scope scope = ReadScope(members);
     Require((id & scope.mask) == id && id != 0, "an id with host bits, or no mask");
     Require(!state.OverlapsScope(id, scope.mask), "overlaps another scope");
-    Require(!scope.range || isInside(scope.range->first, scope.range->last),
-            "a range backwards or outside");
+    Require(!scope.range || IsInScope(id, scope, *scope.range), "a range backwards or outside");
     const DWORD* lastBefore = nullptr;
     for (const auto& [first, last] : scope.exclusions) {
-        Require(isInside(first, last) && (!lastBefore || *lastBefore < first),
+        Require(IsInScope(id, scope, {first, last}) && (!lastBefore || *lastBefore < first),
                 "an exclusion backwards, outside or over another one");
         lastBefore = &last;
     }
+    state.ChangeScope(id) = scope;
+    members.With("reservations", [&](auto& table) {
+        Members(table).ForEach([&](const std::wstring& name, auto& reserved) {
+            const DWORD address = ReadAddress(name);
+            Members its(reserved);
+            const Reservation reservation{its.Hardware(), its.Number("types", api::kTypeBoth)};
+            its.RequireNoOther();
+            Require(IsInSubnet(id, scope.mask, address), "a reservation outside");
+            Require(!state.ReservedAddress(id, reservation.hardware), "its mac is reserved twice");
+            state.PutReservation(id, address, reservation);
+        });
+    });
+    members.RequireNoOther();
+}
+
+void PutClient(DWORD address, const json::value& value, ServerState& state) {
+    Members members(value);
+    Client client{members.Hardware(),
+                  members.Text("name"),
+                  members.Text("comment"),
+                  members.Number<ULONGLONG>("expires", 0),
+                  members.Number("type", api::kTypeNone),
+                  members.Text("ownerName"),
+                  members.Address("ownerAddress", 0xFFFFFFFF)};
+    members.RequireNoOther();
+    const auto* const scope = state.ScopeOf(address);
+    Require(scope, "in no scope");
+    Require(!state.AddressOfClient(UniqueId(scope->first, client.hardware)),
+            "its mac has another record in the scope");
+    state.PutClient(address, std::move(client));
+}
+
+void PutServer(const json::value& value, ServerState& state) {
+    Members members(value);
+    members.With("addresses", [&](auto& list) {
+        Require(list.is_array(), "not a list");
+        for (const json::value& address : list.get_array())
+            state.addresses.push_back(ReadText(address));
+    });
+    members.RequireNoOther();
 }
 
 }  // namespace
 
 std::string SnapshotText(const ServerState& state) {
-    Snapshot all{std::nullopt, state.Scopes(), state.Clients()};
-    if (!state.addresses.empty())
-        all.server = KnownServer{state.addresses};
-    std::string out;
-    Print(out, SnapshotForm::Write(all), 0);
-    return out + "\n";
+    std::string addresses;
+    for (const std::wstring& address : state.addresses)
+        addresses += (addresses.empty() ? "" : ", ") + JsonText(Text(address));
+    return "{" + (addresses.empty() ? "" : "\"server\": {\"addresses\": [" + addresses + "]},\n ") +
+           "\"scopes\": " + JsonTable(state.Scopes(), "\n  ") +
+           ",\n \"clients\": " + JsonTable(state.Clients(), "\n  ") + "}\n";
 }
 
 void ReadSnapshot(std::string_view text, ServerState& state) {
@@ -296,37 +281,22 @@ void ReadSnapshot(std::string_view text, ServerState& state) {
     json::monotonic_resource memory;
     const json::value value = json::parse(text, error, &memory);
     Require(!error, "no JSON: " + error.message());
-    Snapshot read = SnapshotForm::Read(value);
-    state.addresses = read.server.value_or(KnownServer()).addresses;
-    for (auto& [id, scope] : read.scopes) {
-        In(
-            "scopes: " + Dotted(id),
-            [&state, scopeId = id, &whole = scope] {
-                CheckScope(scopeId, whole, state);
-                const auto reservations = std::move(whole.reservations);
-                whole.reservations.clear();
-                state.ChangeScope(scopeId) = std::move(whole);
-                for (const auto& [address, reservation] : reservations) {
-                    Require(IsInSubnet(scopeId, state.FindScope(scopeId)->mask, address),
-                            "a reservation outside");
-                    Require(!reservation.hardware.empty() &&
-                                !state.ReservedAddress(scopeId, reservation.hardware),
-                            "a reservation without a mac, or with that of another one");
-                    state.PutReservation(scopeId, address, reservation);
-                }
+    Members members(value);
+    members.With(
+        "server", [&](auto& server) { PutServer(server, state); });
+    members.With(
+        "scopes",
+        [&](auto& table) {
+            Members(table).ForEach([&](const std::wstring& id, auto& scope) {
+                PutScope(ReadAddress(id), scope, state);
             });
-    }
-    for (auto& [address, client] : read.clients) {
-        In(
-            "clients: " + Dotted(address),
-            [&state, at = address, &record = client] {
-                const auto* const scope = state.ScopeOf(at);
-                Require(scope && !record.hardware.empty(), "in no scope, or without a mac");
-                Require(!state.AddressOfClient(UniqueId(scope->first, record.hardware)),
-                        "its mac has another record in the scope");
-                state.PutClient(at, std::move(record));
-            });
-    }
+        });
+    members.With("clients", [&](auto& table) {
+        Members(table).ForEach([&](const std::wstring& address, auto& client) {
+            PutClient(ReadAddress(address), client, state);
+        });
+    });
+    members.RequireNoOther();
 }
 
 }  // namespace lab
