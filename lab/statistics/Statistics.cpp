@@ -1,13 +1,15 @@
 // Prints the statistics of traced modules: lab_statistics [PROGRAM [ARGUMENT...]]
-// The statistics live in memory that exists while somebody has it open. Given a program, this runs
-// it and prints its statistics when it has ended; given none, it prints what is there now.
+// Each process shows them in memory of its own, which exists while somebody has it open. Given a
+// program, this runs it and prints its statistics when it has ended; given none, those of all
+// processes.
 #include <windows.h>
+
+#include <tlhelp32.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "lab/journal/Environment.h"
@@ -15,57 +17,17 @@
 namespace {
 
 // The memory as readers of any build expect it.
-constexpr char kMemoryName[] = "Local\\DTSSM_ModuleStatistics";
-
-struct Slot {
-    std::uint32_t processId;  // 0: never used
-    std::uint32_t reserved;
+struct Block {
+    char signature[4];  // "DTSS"
+    std::uint32_t version;
     std::uint64_t startTime;  // FILETIME, UTC
     char name[64];
     std::uint64_t lines[32];  // [n]: lines of level 1 << n
 };
-struct Memory {
-    char signature[4];  // "DTSS", zeros before the first module came
-    std::uint32_t version;
-    std::uint32_t slotBytes;
-    std::uint32_t slotCount;
-    Slot slots[64];
-};
-static_assert(sizeof(Slot) == 336 && sizeof(Memory) == 16 + 64 * 336);
+static_assert(sizeof(Block) == 336);
 
-struct Unmap {
-    void operator()(const Memory* memory) const noexcept { ::UnmapViewOfFile(memory); }
-};
-
-bool IsRunning(const Slot& slot) {
-    const lab::Handle process(
-        ::OpenProcess(SYNCHRONIZE | PROCESS_QUERY_LIMITED_INFORMATION, FALSE, slot.processId));
-    FILETIME start{}, unused{};
-    return process && ::WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT &&
-           ::GetProcessTimes(process.get(), &start, &unused, &unused, &unused) &&
-           (std::uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime) == slot.startTime;
-}
-
-/// The command line behind our own name, as it was given: quotes and all.
-std::string RestOfCommandLine() {
-    std::string line = ::GetCommandLineA();
-    const std::size_t end = line[0] == '"' ? line.find('"', 1) + 1 : line.find(' ');
-    const std::size_t rest = end < line.size() ? line.find_first_not_of(' ', end) : line.npos;
-    return rest == line.npos ? std::string() : line.substr(rest);
-}
-
-/// Returns the program's process id; 0 when it can't be started.
-DWORD RunProgram(std::string commandLine) {
-    STARTUPINFOA startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION information{};
-    if (!::CreateProcessA(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                          &startup, &information))
-        return 0;
-    const lab::Handle process(information.hProcess);
-    const lab::Handle thread(information.hThread);
-    ::WaitForSingleObject(process.get(), INFINITE);
-    return information.dwProcessId;
+std::string MemoryName(DWORD processId) {
+    return "Local\\DTSSM_" + std::to_string(processId);
 }
 
 std::string TimeText(std::uint64_t fileTime) {
@@ -79,45 +41,83 @@ std::string TimeText(std::uint64_t fileTime) {
 }
 
 /// "4:2 16:9": trace level and number of lines, for the levels that have any.
-std::string LinesText(const Slot& slot) {
+std::string LinesText(const Block& block) {
     std::string text;
-    unsigned long long level = 1;
-    for (const std::uint64_t lines : slot.lines) {
-        if (lines != 0)
-            text += (text.empty() ? "" : " ") + std::to_string(level) + ':' + std::to_string(lines);
-        level <<= 1;
-    }
+    for (unsigned bit = 0; bit < 32; ++bit)
+        if (const std::uint64_t lines = block.lines[bit])
+            text += (text.empty() ? "" : " ") + std::to_string(std::uint64_t{1} << bit) + ':' +
+                    std::to_string(lines);
     return text.empty() ? "none" : text;
 }
 
-int Fail(const std::string& what) {
-    return std::fprintf(stderr, "lab_statistics: %s\n", what.c_str()), EXIT_FAILURE;
+/// FILETIME, UTC; 0 when the system does not tell.
+std::uint64_t StartTime(DWORD processId) {
+    const lab::Handle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
+    FILETIME start{}, unused{};
+    ::GetProcessTimes(process.get(), &start, &unused, &unused, &unused);
+    return std::uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
+}
+
+/// One line, or nothing for a process that shows no statistics.
+void Print(DWORD processId) {
+    const std::string name = MemoryName(processId);
+    const lab::Handle mapping(::OpenFileMappingA(FILE_MAP_READ, FALSE, name.c_str()));
+    const lab::Handle mutex(::OpenMutexA(SYNCHRONIZE, FALSE, (name + "_Lock").c_str()));
+    const void* const view =
+        mapping ? ::MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, sizeof(Block)) : nullptr;
+    if (!view)
+        return;
+    if (mutex)
+        ::WaitForSingleObject(mutex.get(), 5000);
+    Block block;
+    std::memcpy(&block, view, sizeof(block));
+    if (mutex)
+        ::ReleaseMutex(mutex.get());
+    ::UnmapViewOfFile(view);
+    // Ids are reused: what an earlier process has left is not this one's.
+    if (std::memcmp(block.signature, "DTSS", 4) == 0 && block.version == 2 &&
+        block.startTime == StartTime(processId))
+        std::printf("%-24.63s %8lu  %s  %s\n", block.name, processId,
+                    TimeText(block.startTime).c_str(), LinesText(block).c_str());
+}
+
+/// The command line behind our own name, as it was given: quotes and all.
+std::string RestOfCommandLine() {
+    std::string line = ::GetCommandLineA();
+    const std::size_t end = line[0] == '"' ? line.find('"', 1) + 1 : line.find(' ');
+    const std::size_t rest = end < line.size() ? line.find_first_not_of(' ', end) : line.npos;
+    return rest == line.npos ? std::string() : line.substr(rest);
 }
 
 }  // namespace
 
 int main() {
-    const lab::Handle mapping(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
-                                                   sizeof(Memory), kMemoryName));
-    const std::unique_ptr<const Memory, Unmap> memory(static_cast<const Memory*>(
-        mapping ? ::MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, sizeof(Memory)) : nullptr));
-    if (!memory)
-        return Fail("the statistics can't be opened");
-    const std::string commandLine = RestOfCommandLine();
-    const DWORD processId = commandLine.empty() ? 0 : RunProgram(commandLine);
-    if (!commandLine.empty() && processId == 0)
-        return Fail("can't start " + commandLine);
-    const bool isKnown = std::memcmp(memory->signature, "DTSS", 4) == 0 && memory->version == 1 &&
-                         memory->slotBytes == sizeof(Slot) && memory->slotCount == 64;
-    if (memory->version != 0 && !isKnown)
-        return Fail("the statistics have another layout");
-    std::printf("%-24s %8s  %-7s  %-19s  %s\n", "MODULE", "PROCESS", "STATE", "STARTED (UTC)",
-                "TRACE LINES BY LEVEL");
-    for (const Slot& slot : memory->slots) {
-        if (slot.processId != 0 && (processId == 0 || slot.processId == processId))
-            std::printf("%-24.63s %8u  %-7s  %s  %s\n", slot.name, slot.processId,
-                        IsRunning(slot) ? "running" : "ended", TimeText(slot.startTime).c_str(),
-                        LinesText(slot).c_str());
+    PROCESS_INFORMATION started{};
+    lab::Handle memory;  // held open, it survives the program
+    if (std::string commandLine = RestOfCommandLine(); !commandLine.empty()) {
+        STARTUPINFOA startup{};
+        startup.cb = sizeof(startup);
+        if (!::CreateProcessA(nullptr, &commandLine[0], nullptr, nullptr, TRUE, CREATE_SUSPENDED,
+                              nullptr, nullptr, &startup, &started)) {
+            std::fprintf(stderr, "lab_statistics: can't start %s\n", commandLine.c_str());
+            return EXIT_FAILURE;
+        }
+        memory.reset(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0,
+                                          sizeof(Block), MemoryName(started.dwProcessId).c_str()));
+        ::ResumeThread(started.hThread);
+        ::WaitForSingleObject(started.hProcess, INFINITE);
     }
+    std::printf("%-24s %8s  %-19s  %s\n", "MODULE", "PROCESS", "STARTED (UTC)",
+                "TRACE LINES BY LEVEL");
+    if (started.dwProcessId) {
+        Print(started.dwProcessId);
+        return EXIT_SUCCESS;
+    }
+    const lab::Handle processes(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32 process{};
+    process.dwSize = sizeof(process);
+    for (BOOL more = ::Process32First(processes.get(), &process); more;
+         more = ::Process32Next(processes.get(), &process))
+        Print(process.th32ProcessID);
     return EXIT_SUCCESS;
 }

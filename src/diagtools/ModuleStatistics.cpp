@@ -1,39 +1,72 @@
 #include "diagtools/ModuleStatistics.h"
 
+#include <cstring>
+#include <string>
+
 #include "diagtools/DiagTraceInfo.h"
-#include "diagtools/StatisticsMemory.h"
 #include "win/AnsiPath.h"
+#include "win/Handles.h"
 
 namespace DiagTools {
 namespace {
 
-std::uint32_t errorLines = 0;
-StatisticsSlot* ownSlot = nullptr;
+constexpr DWORD kMutexWaitMs = 5000;
 
-/// Lets go of the memory at process exit; lines traced after that are not shown.
-struct SharedStatistics {
-    ~SharedStatistics() { ownSlot = nullptr; }
-    CStatisticsMemory memory;
-};
+std::uint32_t errorLines = 0;
+ModuleStatisticsBlock* block = nullptr;  // stays mapped until the process ends
+
+/// Any process of the session may have made this memory before us. Its bytes are only compared, and
+/// what is neither empty nor a block of ours is left alone.
+void FillHeader(ModuleStatisticsBlock& header, const std::string& name) {
+    const bool isOurs =
+        header.signature == kStatisticsSignature && header.version == kStatisticsVersion;
+    if (!isOurs && (header.signature != 0 || header.version != 0))
+        return;
+    FILETIME start{}, unused{};
+    ::GetProcessTimes(::GetCurrentProcess(), &start, &unused, &unused, &unused);
+    std::memset(header.name, 0, sizeof(header.name));
+    std::memcpy(header.name, name.c_str(), WholeCharacters(name.c_str(), sizeof(header.name) - 1));
+    for (auto& lines : header.traceLines)
+        lines = 0;
+    header.startTime = std::uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
+    header.version = kStatisticsVersion;
+    header.signature = kStatisticsSignature;
+    block = &header;
+}
 
 }  // namespace
 
 void CModuleStatistics::Initialize(HMODULE module) {
-    static SharedStatistics shared;
+    // "Local\" keeps the names to the logon session: the global name space takes a privilege.
+    const std::string name = "Local\\DTSSM_" + std::to_string(::GetCurrentProcessId());
+    static const Handle mutex(::CreateMutexA(nullptr, FALSE, (name + "_Lock").c_str()));
+    static const Handle mapping(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
+                                                     0, sizeof(ModuleStatisticsBlock),
+                                                     name.c_str()));
     ModulePath path;
-    if (!ownSlot && GetModulePath(module, path) && shared.memory.Open())
-        ownSlot = shared.memory.Claim(path.fileName, ::GetCurrentProcessId(),
-                                      ProcessStartTime(::GetCurrentProcess()));
+    if (block || !mutex || !mapping || !GetModulePath(module, path))
+        return;
+    // Fails for a memory of this name that is smaller.
+    void* const view =
+        ::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, sizeof(ModuleStatisticsBlock));
+    if (!view)
+        return;
+    // An abandoned mutex is fine: nobody but this process writes the header.
+    const DWORD wait = ::WaitForSingleObject(mutex.get(), kMutexWaitMs);
+    if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {
+        FillHeader(*static_cast<ModuleStatisticsBlock*>(view), path.fileName);
+        ::ReleaseMutex(mutex.get());
+    }
+    if (!block)
+        ::UnmapViewOfFile(view);
 }
 
 void CModuleStatistics::CountTraceLine(std::uint32_t level) {
     if ((level & kTraceError) != 0)
         ++errorLines;
-    if (!ownSlot)
-        return;
-    for (std::size_t bit = 0; level != 0; ++bit, level >>= 1)
+    for (std::size_t bit = 0; block && level != 0; ++bit, level >>= 1)
         if ((level & 1) != 0)
-            ++ownSlot->traceLines[bit];
+            ++block->traceLines[bit];
 }
 
 std::uint32_t CModuleStatistics::ErrorLines() {

@@ -84,8 +84,7 @@ class Masks:
             text = text.replace(mac, f"00-04-70-<random {number}>")
         text = re.sub(r"(?<!\d)1[3-9]\d{16}(?!\d)", self.relative_time, text)
         # lab_statistics: process id and start time.
-        text = re.sub(r"(\S+\.exe) +\d+  (running|ended  )  [-\d]{10} [:\d]{8}",
-                      r"\1 <process> \2 <time>", text)
+        text = re.sub(r"(\S+\.exe) +\d+  [-\d]{10} [:\d]{8}", r"\1 <process> <time>", text)
         # The diagnostics' own log begins its lines with the local time.
         return re.sub(r"\b\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text)
 

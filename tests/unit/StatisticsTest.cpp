@@ -1,75 +1,41 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
 #include <thread>
 
 #include "diagtools/ModuleStatistics.h"
-#include "diagtools/StatisticsMemory.h"
 #include "win/Handles.h"
 
 namespace {
 
 using namespace DiagTools;
 
-const DWORD kOwnId = ::GetCurrentProcessId();
-const std::uint64_t kOwnStart = ProcessStartTime(::GetCurrentProcess());
-constexpr DWORD kNoSuchProcess = 0x7FFFFFF0;
+TEST(Statistics, AMemoryOfOthersUnderOurNameIsLeftAloneAndAnEmptyOneTaken) {
+    const std::string name = "Local\\DTSSM_" + std::to_string(::GetCurrentProcessId());
+    const Handle mapping(
+        ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name.c_str()));
+    auto* const bytes = static_cast<char*>(::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, 0));
+    std::memset(bytes, 'x', 4096);
+    const std::uint32_t before = CModuleStatistics::ErrorLines();
+    CModuleStatistics::Initialize(nullptr);
+    CModuleStatistics::CountTraceLine(1);
+    EXPECT_EQ(std::count(bytes, bytes + 4096, 'x'), 4096);
+    EXPECT_EQ(CModuleStatistics::ErrorLines(), before + 1);
 
-TEST(Statistics, SlotsOfEndedProcessesAreReusedOldestFirstAndThoseOfRunningOnesNever) {
-    const std::string ownMemory = "Test" + std::to_string(kOwnId);
-    CStatisticsMemory reader;
-    CStatisticsMemory writer;
-    ASSERT_TRUE(reader.Open(ownMemory) && writer.Open(ownMemory));
-    ++writer.Claim("id reused.exe", kOwnId, kOwnStart - 1)->traceLines[31];
-    ++writer.Claim(std::string(100, 'g'), kNoSuchProcess, 5)->traceLines[0];
-    const auto records = reader.Read();
-    ASSERT_EQ(records->size(), 2u);
-    EXPECT_EQ((*records)[0].traceLines[31], 1u);
-    EXPECT_FALSE((*records)[0].running);
-    EXPECT_EQ((*records)[1].name, std::string(kStatisticsNameBytes - 1, 'g'));
-
+    std::memset(bytes, 0, sizeof(ModuleStatisticsBlock));
     std::thread([&] {  // ends with the mutex in its hands
-        const std::string name = kStatisticsMemoryPrefix + ownMemory + kStatisticsMutexSuffix;
-        const Handle mutex(::OpenMutexA(SYNCHRONIZE, FALSE, name.c_str()));
-        ::WaitForSingleObject(mutex.get(), 1000);
+        ::WaitForSingleObject(::OpenMutexA(SYNCHRONIZE, FALSE, (name + "_Lock").c_str()), 1000);
     })
         .join();
-    for (std::size_t taken = 2; taken < kStatisticsSlots; ++taken)
-        ASSERT_NE(writer.Claim("running.exe", kOwnId, kOwnStart), nullptr);
-    ASSERT_NE(writer.Claim("first.exe", kOwnId, kOwnStart), nullptr);
-    EXPECT_EQ((*reader.Read())[1].name, "first.exe");
-    EXPECT_EQ((*reader.Read())[1].traceLines[0], 0u);
-    ASSERT_NE(writer.Claim("second.exe", kOwnId, kOwnStart), nullptr);
-    EXPECT_EQ((*reader.Read())[0].name, "second.exe");
-    EXPECT_EQ(writer.Claim("third.exe", kOwnId, kOwnStart), nullptr);
-}
-
-TEST(Statistics, TraceLinesOfTheProcessAreCountedByLevelAndErrorsAlsoWithoutSharedMemory) {
-    const std::uint32_t before = CModuleStatistics::ErrorLines();
-    CModuleStatistics::CountTraceLine(1);
     CModuleStatistics::Initialize(nullptr);
-    CModuleStatistics::Initialize(nullptr);  // a second start must not take a second slot
-    for (const std::uint32_t level : {1u, 16u, 16u, 0x80000000u})
-        CModuleStatistics::CountTraceLine(level);
-    EXPECT_EQ(CModuleStatistics::ErrorLines(), before + 2);
-
-    CStatisticsMemory memory;
-    ASSERT_TRUE(memory.Open());
-    const auto records = memory.Read();
-    std::array<std::uint64_t, kTraceLevels> expected{};
-    expected[0] = expected[31] = 1;
-    expected[4] = 2;
-    int own = 0;
-    for (const ModuleRecord& record : *records) {
-        if (record.processId != kOwnId || !record.running)
-            continue;
-        ++own;
-        EXPECT_EQ(record.name, "unit_tests.exe");
-        EXPECT_EQ(record.startTime, kOwnStart);
-        EXPECT_EQ(record.traceLines, expected);
-    }
-    EXPECT_EQ(own, 1);
+    CModuleStatistics::CountTraceLine(0x80000001);
+    EXPECT_STREQ(reinterpret_cast<ModuleStatisticsBlock*>(bytes)->name, "unit_tests.exe");
+    for (const int bit : {0, 31})
+        EXPECT_EQ(reinterpret_cast<ModuleStatisticsBlock*>(bytes)->traceLines[bit], 1u) << bit;
+    EXPECT_EQ(bytes[sizeof(ModuleStatisticsBlock)], 'x');
 }
 
 }  // namespace
