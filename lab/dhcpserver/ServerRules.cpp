@@ -16,21 +16,16 @@ constexpr DWORD kMinPageBytes = 1024;
 constexpr DWORD kMaxPageBytes = 65536;
 constexpr DWORD kMoreThanThisPage = 0x7FFFFFFF;
 
-const struct {
-    const wchar_t* name;
-    DWORD ServerSettings::*value;
-    std::vector<DWORD> allowed;  // none: any number
-} kSwitches[] = {
-    {L"DHCPLAB_RESERVE_LEASED", &ServerSettings::reserveLeased, {kReservationExists, kJetError}},
-    {L"DHCPLAB_RESERVE_RECORD", &ServerSettings::reserveRecord, {0, 1, 2, 3}},
-    {L"DHCPLAB_REMOVE_MISMATCH", &ServerSettings::removeMismatch, {kReservedClient, kJetError, 0}},
-    {L"DHCPLAB_ENUM_UNKNOWN_SUBNET", &ServerSettings::enumUnknownSubnet, {0, kSubnetNotPresent}},
-    {L"DHCPLAB_PAGE_BYTES", &ServerSettings::pageBytes, {}},
-    {L"DHCPLAB_NETSH_BARE_NAMES", &ServerSettings::netshBareNames, {0, 1}},
-};
-
 bool IsIdentifier(const Identifier& hardware) {
     return !hardware.empty() && hardware.size() <= kMaxIdentifierBytes;
+}
+
+DWORD Setting(const wchar_t* name) {
+    const std::wstring text = EnvironmentText(name);
+    const auto number = ParseNumber(text.empty() ? L"0" : text, 0xFFFFFFFF);
+    if (!number)
+        JournalMisuse("setting " + ToUtf8(name) + " not understood: " + Escape(text));
+    return static_cast<DWORD>(number.value_or(0));
 }
 
 /// What a record takes of a page: the record, its pointer, its texts, its identifier.
@@ -39,6 +34,12 @@ DWORD PageBytes(const Client& client) {
     for (const Text* text : {&client.name, &client.comment, &client.ownerName})
         bytes += *text ? ((*text)->size() + 1) * sizeof(WCHAR) : 0;
     return static_cast<DWORD>(bytes);
+}
+
+ULONGLONG Now() {
+    FILETIME now;
+    ::GetSystemTimeAsFileTime(&now);
+    return static_cast<ULONGLONG>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
 }
 
 ULONGLONG LeaseSeconds(const Scope& scope) {
@@ -50,29 +51,7 @@ ULONGLONG LeaseSeconds(const Scope& scope) {
 }  // namespace
 
 ServerSettings ServerSettings::FromEnvironment() {
-    ServerSettings settings;
-    for (const auto& known : kSwitches) {
-        const std::wstring text = EnvironmentText(known.name);
-        const auto number = ParseNumber(text, 0xFFFFFFFF);
-        if (text.empty())
-            continue;
-        const auto& allowed = known.allowed;
-        if (number && (allowed.empty() ||
-                       std::find(allowed.begin(), allowed.end(), *number) != allowed.end()))
-            settings.*known.value = static_cast<DWORD>(*number);
-        else
-            JournalMisuse("setting " + ToUtf8(known.name) + " not understood: " + Escape(text));
-    }
-    return settings;
-}
-
-ServerRules::ServerRules(ServerState& state, const ServerSettings& settings, Clock clock)
-    : m_state(state), m_settings(settings), m_clock(std::move(clock)) {}
-
-ULONGLONG ServerRules::SystemTime() {
-    FILETIME now;
-    ::GetSystemTimeAsFileTime(&now);
-    return static_cast<ULONGLONG>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
+    return {Setting(L"DHCPLAB_ENUM_UNKNOWN_SUBNET"), Setting(L"DHCPLAB_PAGE_BYTES")};
 }
 
 DWORD ServerRules::CreateScope(DWORD scopeId, Scope scope) {
@@ -133,19 +112,14 @@ DWORD ServerRules::AddReservation(DWORD scopeId, DWORD address, const Reservatio
     const Client* const holder = m_state.FindClient(address);
     const DWORD* const held = m_state.AddressOfClient(UniqueId(scopeId, reservation.hardware));
     if ((holder && holder->hardware != reservation.hardware) || (held && *held != address))
-        return m_settings.reserveLeased;
-    Client record = holder ? *holder : Client{};
-    if (!holder) {
+        return kReservationExists;
+    m_state.PutReservation(scopeId, address, reservation);
+    if (!holder) {  // an existing record stays as it is
+        Client record;
         record.hardware = reservation.hardware;
         record.ownerName = kServerName;
-    }
-    if (m_settings.reserveRecord & 1)
-        record.expires = 0;
-    if (m_settings.reserveRecord & 2)
-        record.type = api::kTypeNone;
-    m_state.PutReservation(scopeId, address, reservation);
-    if (!holder || m_settings.reserveRecord)
         m_state.PutClient(address, std::move(record));
+    }
     return ERROR_SUCCESS;
 }
 
@@ -158,11 +132,10 @@ DWORD ServerRules::RemoveReservation(DWORD scopeId, DWORD address, const Identif
         return DeleteClient(address);
     // Callers that list reservations hold the long form of the hardware address.
     const Identifier reserved = found->second.hardware;
-    const bool isSame = hardware == reserved || hardware == UniqueId(scopeId, reserved);
-    if (!isSame && m_settings.removeMismatch)
-        return m_state.FindClient(address) ? m_settings.removeMismatch : kJetError;
-    m_state.PutReservation(scopeId, address, std::nullopt);
     const Client* const client = m_state.FindClient(address);
+    if (hardware != reserved && hardware != UniqueId(scopeId, reserved))
+        return client ? kReservedClient : kJetError;
+    m_state.PutReservation(scopeId, address, std::nullopt);
     if (!client || client->hardware != reserved)
         return kJetError;
     if (client->expires == 0) {
@@ -170,7 +143,7 @@ DWORD ServerRules::RemoveReservation(DWORD scopeId, DWORD address, const Identif
     } else {
         // Whoever uses the address keeps it, for one more lease time.
         Client lease = *client;
-        lease.expires = m_clock() + LeaseSeconds(*scope) * kTicksPerSecond;
+        lease.expires = Now() + LeaseSeconds(*scope) * kTicksPerSecond;
         m_state.PutClient(address, std::move(lease));
     }
     return ERROR_SUCCESS;

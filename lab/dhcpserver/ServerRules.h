@@ -3,7 +3,6 @@
 // the source say what was chosen; docs/lab.md lists the choices that can be switched.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,13 +25,8 @@ enum DhcpServerError : DWORD {
 
 /// What documents leave open: the DHCPLAB_ variables of docs/lab.md.
 struct ServerSettings {
-    DWORD reserveLeased = kReservationExists;  // reserving an address another client holds
-    DWORD reserveRecord =
-        0;  // what reserving changes in a record: 1 its expiry, 2 its type, 3 both
-    DWORD removeMismatch = kReservedClient;  // removing with another hardware address
     DWORD enumUnknownSubnet = 0;
-    DWORD pageBytes = 0;       // size of an enumeration page; 0: as the caller asks
-    DWORD netshBareNames = 0;  // 1: netsh takes a host name without \\ before it
+    DWORD pageBytes = 0;  // size of an enumeration page; 0: as the caller asks
 
     /// Texts that are not understood are journalled as misuse.
     static ServerSettings FromEnvironment();
@@ -53,9 +47,8 @@ struct ClientPage {
 
 class ServerRules {
 public:
-    using Clock = std::function<ULONGLONG()>;  // FILETIME units
-
-    ServerRules(ServerState& state, const ServerSettings& settings, Clock clock = SystemTime);
+    ServerRules(ServerState& state, const ServerSettings& settings)
+        : m_state(state), m_settings(settings) {}
 
     /// Of the scope its mask, texts and state count.
     DWORD CreateScope(DWORD scopeId, Scope scope);
@@ -74,14 +67,11 @@ public:
     /// Reads on after the address `resume`; `preferredBytes` as the caller of the API gives it.
     DWORD EnumClients(DWORD scopeId, DWORD resume, DWORD preferredBytes, ClientPage& page) const;
 
-    static ULONGLONG SystemTime();
-
 private:
     DWORD DeleteClient(DWORD address);
 
     ServerState& m_state;
     const ServerSettings& m_settings;
-    Clock m_clock;
 };
 
 }  // namespace lab

@@ -1,7 +1,6 @@
 #include "lab/dhcpserver/ServerState.h"
 
 #include <cwchar>
-#include <regex>
 
 #include "lab/journal/Text.h"
 
@@ -12,14 +11,6 @@ template <class Map, class Key>
 auto Find(const Map& map, const Key& key) {
     const auto found = map.find(key);
     return found == map.end() ? nullptr : &found->second;
-}
-
-/// An address, or labels of letters, digits and dashes that cannot be meant as one.
-bool IsWellFormed(const std::wstring& server) {
-    static const std::wregex kHostName(
-        LR"(([A-Za-z0-9_-]{1,63}\.)*[A-Za-z0-9_-]{0,62}[A-Za-z_-])"
-        LR"([A-Za-z0-9_-]{0,62})");
-    return ParseAddress(server) || std::regex_match(server, kHostName);
 }
 
 }  // namespace
@@ -36,7 +27,7 @@ bool ServerState::IsReachedBy(const std::wstring& server) const {
     for (const std::wstring& address : addresses)
         if (::_wcsicmp(address.c_str(), server.c_str()) == 0)
             return true;
-    return addresses.empty() && IsWellFormed(server);
+    return addresses.empty() && ParseAddress(server);
 }
 
 const Scope* ServerState::FindScope(DWORD scopeId) const {

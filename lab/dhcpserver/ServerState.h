@@ -84,8 +84,8 @@ class ServerState {
 public:
     using ScopeEntry = std::pair<const DWORD, Scope>;
 
-    /// The texts by which the server can be reached. Without any it is reached by every name and
-    /// address that is well-formed.
+    /// The names and addresses by which the server is reached. Without any it is reached by every
+    /// address and by no name.
     std::vector<std::wstring> addresses;
     bool IsReachedBy(const std::wstring& server) const;
 

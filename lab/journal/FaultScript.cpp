@@ -1,7 +1,9 @@
 #include "lab/journal/FaultScript.h"
 
+#include <map>
 #include <regex>
 #include <sstream>
+#include <vector>
 
 #include "lab/journal/Environment.h"
 #include "lab/journal/Journal.h"
@@ -10,6 +12,12 @@ namespace lab {
 namespace {
 
 constexpr char kAny[] = "any";
+
+struct Planned {
+    std::string function;
+    std::uint64_t number;  // which call; 0: every call
+    Fault fault;
+};
 
 const std::wstring& ScriptPath() {
     static const std::wstring path = EnvironmentText(L"DHCPLAB_FAULTS");
@@ -23,62 +31,33 @@ std::string ScriptTime() {
     return Hex(data.ftLastWriteTime.dwHighDateTime) + Hex(data.ftLastWriteTime.dwLowDateTime);
 }
 
-const FaultScript& Script() {
-    static const FaultScript script = [] {
-        std::vector<std::string> errors;
-        FaultScript read(ScriptPath().empty() ? std::string() : FileText(ScriptPath()), errors);
-        for (const std::string& error : errors)
-            JournalMisuse("faults " + error);
-        return read;
-    }();
+/// A line that cannot be read is a misuse: a typing error must not pass for success.
+std::vector<Planned> ReadScript() {
+    static const std::regex kNothing(R"(\s*(#[^]*)?)");
+    static const std::regex kFault(R"(\s*(\w+)\s+(?:\*|#([1-9]\d{0,8}))\s*=\s*(done\s+)?)"
+                                   R"((0[xX][0-9a-fA-F]{1,8}|\d{1,10})\s*)");
+    std::vector<Planned> script;
+    std::istringstream lines(ScriptPath().empty() ? std::string() : FileText(ScriptPath()));
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch part;
+        const auto code = std::regex_match(line, part, kFault)
+                              ? ParseNumber(FromUtf8(part[4].str()), 0xFFFFFFFF)
+                              : std::nullopt;
+        if (code)
+            script.push_back({part[1],
+                              part[2].matched ? std::stoull(part[2]) : 0,
+                              {static_cast<DWORD>(*code), part[3].matched}});
+        else if (!std::regex_match(line, kNothing))
+            JournalMisuse("faults: line not understood: " + Escape(line));
+    }
     return script;
 }
 
 }  // namespace
 
-FaultScript::FaultScript(std::string_view text, std::vector<std::string>& errors) {
-    static const std::regex kNothing(R"(\s*(#[^]*)?)");
-    static const std::regex kFault(R"(\s*(\w+)\s+(?:\*|#(\d{1,9}))\s*=\s*(done\s+)?)"
-                                   R"((0[xX][0-9a-fA-F]{1,8}|\d{1,10})\s*)");
-    std::istringstream lines{std::string(text)};
-    std::size_t number = 0;
-    for (std::string line; std::getline(lines, line);) {
-        ++number;
-        std::smatch part;
-        if (std::regex_match(line, kNothing))
-            continue;
-        if (std::regex_match(line, part, kFault)) {
-            const std::uint64_t call = part[2].matched ? std::stoull(part[2]) : 0;
-            const auto code = ParseNumber(FromUtf8(part[4].str()), 0xFFFFFFFF);
-            if (code && (call > 0 || !part[2].matched)) {
-                m_lines[part[1]].push_back(
-                    {number, call, {static_cast<DWORD>(*code), part[3].matched}});
-                continue;
-            }
-        }
-        errors.push_back("line " + std::to_string(number) + " not understood: " + Escape(line));
-    }
-}
-
-Fault FaultScript::Find(std::string_view function, std::uint64_t callOfFunction,
-                        std::uint64_t callOfAny) const {
-    const Planned* first = nullptr;
-    const auto look = [this, &first](std::string_view name, std::uint64_t call) {
-        const auto found = m_lines.find(name);
-        if (found == m_lines.end())
-            return;
-        for (const Planned& planned : found->second)
-            if ((planned.number == 0 || planned.number == call) &&
-                (!first || planned.line < first->line))
-                first = &planned;
-    };
-    look(function, callOfFunction);
-    look(kAny, callOfAny);
-    return first ? first->fault : Fault();
-}
-
 Fault FaultFor(const char* function) {
-    if (Script().IsEmpty())
+    static const std::vector<Planned> script = ReadScript();
+    if (script.empty())
         return {};
     const std::wstring path = ScriptPath() + L".counts";
     std::istringstream known(FileText(path));
@@ -94,7 +73,10 @@ Fault FaultFor(const char* function) {
         text += "\n" + name + " " + std::to_string(count);
     if (!WriteText(OpenFile(path, GENERIC_WRITE, 0, CREATE_ALWAYS), text))
         JournalMisuse("faults: the calls cannot be counted in a file");
-    return Script().Find(function, counts[function], counts[kAny]);
+    for (const auto& [name, number, fault] : script)
+        if ((name == function || name == kAny) && (number == 0 || number == counts[name]))
+            return fault;
+    return {};
 }
 
 }  // namespace lab

@@ -148,8 +148,7 @@ constexpr NetshVerb kVerbs[] = {
 
 }  // namespace
 
-std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>& words,
-                                                const ServerSettings& settings) {
+std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>& words) {
     const auto isWord = [&words](std::size_t at, const wchar_t* keyword) {
         return at < words.size() && Is(words[at], keyword);
     };
@@ -159,11 +158,9 @@ std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>&
     NetshCommand command;
     command.server = L"127.0.0.1";
     const bool isName = next < words.size() && words[next].rfind(L"\\\\", 0) == 0;
-    const bool isContext = isWord(next, L"add") || isWord(next, L"scope");
     if (isName)
         command.server = words[next++].substr(2);
-    else if (next < words.size() && !isContext &&
-             (settings.netshBareNames || ParseAddress(words[next])))
+    else if (next < words.size() && ParseAddress(words[next]))
         command.server = words[next++];
     const bool isInScope = isWord(next, L"scope");
     if (isInScope) {
@@ -182,8 +179,7 @@ std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>&
     return std::nullopt;
 }
 
-NetshAnswer NetshCommand::Run(ServerState& state, const ServerSettings& settings,
-                              const ServerRules::Clock& clock) const {
+NetshAnswer NetshCommand::Run(ServerState& state) const {
     if (!state.IsReachedBy(server))
         return AnswerTo(RPC_S_SERVER_UNAVAILABLE, server);
     const auto scopeId = ParseAddress(scope);
@@ -193,7 +189,8 @@ NetshAnswer NetshCommand::Run(ServerState& state, const ServerSettings& settings
                                                       Dotted(*scopeId) + " scope.\n\n"
                                                 : "";
     WordReader words(arguments);
-    ServerRules rules(state, settings, clock);
+    const ServerSettings settings;  // those of listing clients
+    ServerRules rules(state, settings);
     const auto code = verb->run(words, scopeId.value_or(0), rules);
     if (!code)
         return {context + "Usage: " + ToUtf8(verb->first) + " " + ToUtf8(verb->second) + " " +

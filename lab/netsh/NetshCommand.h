@@ -30,13 +30,11 @@ struct NetshCommand {
     std::vector<std::wstring> arguments;
 
     /// The words after "netsh"; none for a command that netsh would not find.
-    static std::optional<NetshCommand> Parse(const std::vector<std::wstring>& words,
-                                             const ServerSettings& settings);
+    static std::optional<NetshCommand> Parse(const std::vector<std::wstring>& words);
 
     /// Carries the command out: netsh looks for the server, then for the scope, then reads the
     /// arguments.
-    NetshAnswer Run(ServerState& state, const ServerSettings& settings,
-                    const ServerRules::Clock& clock = ServerRules::SystemTime) const;
+    NetshAnswer Run(ServerState& state) const;
 };
 
 }  // namespace lab

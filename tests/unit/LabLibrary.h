@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <sstream>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -35,15 +34,6 @@ public:
         std::filesystem::remove_all(m_path, stillInUse);
     }
     std::wstring operator/(const wchar_t* name) const { return m_path + name; }
-
-    /// The misuses that the journal tells of, a line each.
-    std::string Misuses() const {
-        std::istringstream journal(ReadAll(m_path + L"j"));
-        std::string found;
-        for (std::string line; std::getline(journal, line);)
-            found += line.rfind("MISUSE ", 0) == 0 ? line.substr(7) + "\n" : "";
-        return found;
-    }
 
 private:
     static inline int m_number = 0;
@@ -76,10 +66,6 @@ public:
     Function* Get(const char* name) const {
         return reinterpret_cast<Function*>(
             reinterpret_cast<void*>(::GetProcAddress(m_module, name)));
-    }
-    template <class... Arguments>
-    DWORD Call(const char* name, Arguments... arguments) const {
-        return Get<DWORD WINAPI(Arguments...)>(name)(arguments...);
     }
     void Unload() { ::FreeLibrary(std::exchange(m_module, nullptr)); }
 
