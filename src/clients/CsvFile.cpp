@@ -1,5 +1,6 @@
 #include "clients/CsvFile.h"
 
+#include <algorithm>
 #include <boost/algorithm/string.hpp>
 #include <fstream>
 #include <new>
@@ -50,18 +51,20 @@ void ForEachCsvEntry(const std::string& fileName,
                      fileName.c_str(), linesRead, error);
             return;
         }
-        for (const char* at = buffer; at != buffer + bytes; ++at) {
-            if (*at == '\n') {
-                endLine();
-                continue;
-            }
-            if (tooLong)
-                continue;
+        const char* const end = buffer + bytes;
+        for (const char* at = buffer; at != end;) {
+            const char* const lineEnd = std::find(at, end, '\n');
             try {
-                line += *at;
+                if (!tooLong)
+                    line.append(at, lineEnd);
             } catch (const std::bad_alloc& exception) {
                 tooLong = true;
                 DT_TRACE(kTraceError, "Record left out, exception [%s]", exception.what());
+            }
+            at = lineEnd;
+            if (at != end) {
+                endLine();
+                ++at;
             }
         }
     }

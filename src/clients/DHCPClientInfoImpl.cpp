@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <ostream>
+#include <utility>
 
 #include "clients/CsvFile.h"
 #include "dhcpserver/DHCPManager.h"
@@ -54,6 +55,10 @@ std::string FieldText(const CComVariant& value) {
     (fields)[kName].c_str(), (fields)[kAddress].c_str(), (fields)[kMask].c_str(), \
         (fields)[kDns1].c_str(), (fields)[kDns2].c_str(), (fields)[kMac].c_str(), \
         (fields)[kLeaseStatus].c_str()
+
+std::string ToAdd(const ClientFields& fields) {
+    return Format(kClientToAdd, ALL_FIELDS(fields));
+}
 
 }  // namespace
 
@@ -136,10 +141,13 @@ HRESULT CDHCPClientInfoImpl::SetDHCPClientInfo(const std::string& line) {
         return E_FAIL;
     }
     std::for_each(fields.begin(), fields.end(), TrimCsvField);
-    // Made before the work: a client whose result can't be told is not added.
-    const std::string record = Format(kClientToAdd, ALL_FIELDS(fields));
+    // Made before the work, so that a client whose result can't be told is not added. A quiet run
+    // tells failures only.
+    std::string record = IsDetailWanted(m_output) ? ToAdd(fields) : std::string();
     const DWORD error = AddClientToServer(fields);
-    ShowResult(m_output, record, error);
+    if (error != ERROR_SUCCESS && record.empty())
+        record = ToAdd(fields);
+    ShowResult(m_output, std::move(record), error);
     return error == ERROR_SUCCESS ? S_OK : E_FAIL;
 }
 

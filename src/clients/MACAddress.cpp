@@ -3,10 +3,11 @@
 #include <windows.h>
 
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <set>
+
+#include "driver/output/Format.h"
 
 namespace {
 
@@ -41,10 +42,8 @@ std::uint32_t Draw() {
 }  // namespace
 
 std::string CMACAddress::ToString() const {
-    char text[sizeof("00-00-00-00-00-00")];
-    std::snprintf(text, sizeof(text), "%02x%c%02x%c%02x%c%02x%c%02x%c%02x", m_bytes[0], '-',
-                  m_bytes[1], '-', m_bytes[2], '-', m_bytes[3], '-', m_bytes[4], '-', m_bytes[5]);
-    return text;
+    return Format("%02x%c%02x%c%02x%c%02x%c%02x%c%02x", m_bytes[0], '-', m_bytes[1], '-',
+                  m_bytes[2], '-', m_bytes[3], '-', m_bytes[4], '-', m_bytes[5]);
 }
 
 void CMACAddress::FromString(const std::string& text) {

@@ -10,9 +10,6 @@
 /// A hardware address as the server knows it: for a MAC its six bytes, but any number is possible.
 using HardwareAddress = std::vector<BYTE>;
 
-/// Lower-case hexadecimal pairs joined by "-".
-std::string HardwareAddressText(const HardwareAddress& hardwareAddress);
-
 /// One client as read from the server. Addresses are in host order.
 class CDHCPClient {
 public:

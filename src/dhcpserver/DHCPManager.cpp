@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <memory>
 
-#include "dhcpserver/AddressRange.h"
 #include "dhcpserver/DhcpApiLibrary.h"
 #include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
@@ -34,24 +33,20 @@ struct ClientArrayFree {
 };
 
 /// A reserved-address element with the records it points to; borrows the hardware address.
-class ReservedIpElement {
-public:
+struct ReservedIpElement {
     ReservedIpElement(const HardwareAddress& hardwareAddress, std::uint32_t address)
-        : m_client{static_cast<DWORD>(hardwareAddress.size()),
-                   const_cast<BYTE*>(hardwareAddress.data())},
-          m_reservation{address, &m_client, CLIENT_TYPE_BOTH} {
-        m_element.ElementType = DhcpReservedIps;
-        m_element.Element.ReservedIp = &m_reservation;
+        : client{static_cast<DWORD>(hardwareAddress.size()),
+                 const_cast<BYTE*>(hardwareAddress.data())},
+          reservation{address, &client, CLIENT_TYPE_BOTH} {
+        element.ElementType = DhcpReservedIps;
+        element.Element.ReservedIp = &reservation;
     }
     ReservedIpElement(const ReservedIpElement&) = delete;
     ReservedIpElement& operator=(const ReservedIpElement&) = delete;
 
-    const DHCP_SUBNET_ELEMENT_DATA_V4& Get() const { return m_element; }
-
-private:
-    DHCP_CLIENT_UID m_client;
-    DHCP_IP_RESERVATION_V4 m_reservation;
-    DHCP_SUBNET_ELEMENT_DATA_V4 m_element = {};
+    DHCP_CLIENT_UID client;
+    DHCP_IP_RESERVATION_V4 reservation;
+    DHCP_SUBNET_ELEMENT_DATA_V4 element = {};
 };
 
 DATE_TIME ExpiryFromNow(std::uint32_t leaseSeconds) {
@@ -313,9 +308,9 @@ DWORD CDHCPManager::AddNewReservation(const CClientRecord& client, std::uint32_t
 DWORD CDHCPManager::RemoveClient(const HardwareAddress& hardwareAddress, std::uint32_t address,
                                  std::uint32_t subnet) const {
     DT_TRACE(kTraceRecord, "Removing [%s]", CIPAddressString(address).Text());
-    const ReservedIpElement element(hardwareAddress, address);
+    const ReservedIpElement reserved(hardwareAddress, address);
     const DWORD error = CDhcpApiLibrary::Instance().RemoveSubnetElement(
-        m_wideServerAddress.c_str(), subnet, &element.Get(), DhcpFullForce);
+        m_wideServerAddress.c_str(), subnet, &reserved.element, DhcpFullForce);
     if (error != ERROR_SUCCESS)
         DT_TRACE(kTraceError, "Unable to remove reservation due to error [%lu]", error);
     return error;
@@ -375,5 +370,5 @@ DWORD CDHCPManager::CreateClientInfo(const CClientRecord& client) const {
 
 DWORD CDHCPManager::AddReservationElement(const HardwareAddress& hardwareAddress,
                                           std::uint32_t address, std::uint32_t subnet) const {
-    return AddElement(subnet, ReservedIpElement(hardwareAddress, address).Get());
+    return AddElement(subnet, ReservedIpElement(hardwareAddress, address).element);
 }

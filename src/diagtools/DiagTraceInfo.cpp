@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "diagtools/HResultCheck.h"
 #include "diagtools/InternalTrace.h"
 
 namespace DiagTools {
@@ -60,6 +61,15 @@ bool CDiagTraceInfo::TraceBuffer(std::uint32_t level, const void* buffer, std::s
     CDiagTrace::Instance().TraceBuffer(m_fileTag, m_line, m_functionTag, level, 0, 0, buffer,
                                        std::min(length, kTraceChars));
     return true;
+}
+
+HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
+                     const char* expressionText, HRESULT hr) {
+    if ((traceFilter & kTraceError) != 0)
+        CDiagTraceInfo(file, line, function)(
+            kTraceError, "HRESULT Failed, Err Code [%#08lX].\nExecuted code: %s",
+            static_cast<unsigned long>(hr), expressionText);
+    return hr;
 }
 
 }  // namespace DiagTools

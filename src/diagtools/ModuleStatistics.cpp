@@ -16,12 +16,12 @@ std::uint32_t errorLines = 0;
 ModuleStatisticsBlock* block = nullptr;  // stays mapped until the process ends
 
 /// Any process of the session may have made this memory before us. Its bytes are only compared, and
-/// what is neither empty nor a block of ours is left alone.
-void FillHeader(ModuleStatisticsBlock& header, const std::string& name) {
+/// a memory that is neither empty nor a block of ours is left alone.
+bool FillHeader(ModuleStatisticsBlock& header, const std::string& name) {
     const bool isOurs =
         header.signature == kStatisticsSignature && header.version == kStatisticsVersion;
     if (!isOurs && (header.signature != 0 || header.version != 0))
-        return;
+        return false;
     FILETIME start{}, unused{};
     ::GetProcessTimes(::GetCurrentProcess(), &start, &unused, &unused, &unused);
     std::memset(header.name, 0, sizeof(header.name));
@@ -31,7 +31,7 @@ void FillHeader(ModuleStatisticsBlock& header, const std::string& name) {
     header.startTime = std::uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
     header.version = kStatisticsVersion;
     header.signature = kStatisticsSignature;
-    block = &header;
+    return true;
 }
 
 }  // namespace
@@ -47,18 +47,15 @@ void CModuleStatistics::Initialize(HMODULE module) {
     if (block || !mutex || !mapping || !GetModulePath(module, path))
         return;
     // Fails for a memory of this name that is smaller.
-    void* const view =
-        ::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, sizeof(ModuleStatisticsBlock));
-    if (!view)
-        return;
+    auto* const view = static_cast<ModuleStatisticsBlock*>(
+        ::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, sizeof(ModuleStatisticsBlock)));
     // An abandoned mutex is fine: nobody but this process writes the header.
-    const DWORD wait = ::WaitForSingleObject(mutex.get(), kMutexWaitMs);
-    if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {
-        FillHeader(*static_cast<ModuleStatisticsBlock*>(view), path.fileName);
-        ::ReleaseMutex(mutex.get());
-    }
-    if (!block)
-        ::UnmapViewOfFile(view);
+    const DWORD wait = view ? ::WaitForSingleObject(mutex.get(), kMutexWaitMs) : WAIT_FAILED;
+    if (wait != WAIT_OBJECT_0 && wait != WAIT_ABANDONED)
+        return;
+    if (FillHeader(*view, path.fileName))
+        block = view;
+    ::ReleaseMutex(mutex.get());
 }
 
 void CModuleStatistics::CountTraceLine(std::uint32_t level) {

@@ -10,40 +10,6 @@ namespace po = boost::program_options;
 
 namespace {
 
-enum class ValueType { None, Text, Number };
-
-struct Option {
-    const char* longName;
-    const char* shortSuffix;
-    ValueType type;
-    const char* implicitText;     // for ValueType::Text
-    unsigned int implicitNumber;  // for ValueType::Number
-    const char* help;
-};
-
-// clang-format off
-constexpr Option kOptions[] = {
-    {kOptionAutoUpdate, ",a", ValueType::Text, " ", 0, "Updates DHCP scopes and clients information automatically on DHCP server."},
-    {kOptionGenerateBatch, ",b", ValueType::Text, "", 0, "Specifies the name of a batch file that will be used to store all NETSH commands to be executed on a DHCP server."},
-    {kOptionExportClients, ",c", ValueType::Text, "", 0, "Gets client information from storage and stores it in specified CSV file."},
-    {kOptionLeaseDuration, ",d", ValueType::Number, "", kDefaultLeaseSeconds, "Specifies the default lease duration in seconds for each scope (Default value: 691200 sec ie 8 days)."},
-    {kOptionErrorDesc, ",e", ValueType::Number, "", 4294967295, "Allows to view description of DHCP error code returned."},
-    {kOptionScopesIPInfo, ",f", ValueType::Text, "", 0, "Update scopes IP address and netmask from registry to XML"},
-    {kOptionUpdateScopes, ",g", ValueType::Text, "", 0, "Updates DHCP with scopes information using information from specified CSV file."},
-    {kOptionHelp, ",h", ValueType::None, "", 0, "Get this help."},
-    {kOptionDhcpServerIp, ",i", ValueType::Text, "", 0, "Specifies the IP Address of the DHCP server."},
-    {kOptionUpdateClients, ",l", ValueType::Text, "", 0, "Updates DHCP with clients information using information from specified CSV file."},
-    {kOptionUpdateMAC, ",m", ValueType::Text, "", 0, "Checks clients MAC Addresses and converts them if necessary."},
-    {kOptionOutputLogFile, ",o", ValueType::Text, "output.txt", 0, "Specifies the file name for logging output."},
-    {kOptionUseAdapter, ",p", ValueType::Text, "", 0, "Use Zeph-On adapter IP information to populate scopes information (ZephonRelay must be running and master)."},
-    {kOptionSetDhcpServerIp, ",r", ValueType::Text, "", 0, "Sets the DHCP server IP address in Zephon.XML."},
-    {kOptionExportScopes, ",s", ValueType::Text, "", 0, "Gets scopes information from storage and stores it in specified CSV file."},
-    {kOptionVerbose, ",v", ValueType::Text, "on", 0, "Verbose on or off."},
-    {kOptionWriteFile, ",w", ValueType::Text, "", 0, "Set the default file name for batch operations."},
-    {kOptionReservation, ",z", ValueType::Text, "", 0, "Cleanup DHCP lease type entries and update MAC addresses in reservation entries."},
-};
-// clang-format on
-
 // All of: long and short names, "-" and "/" before a short one, values adjacent or as the next
 // argument, sticky short switches, unambiguous prefixes of long names, names without regard to
 // case.
@@ -108,25 +74,37 @@ void RejectNegativeNumbers(const po::parsed_options& parsed) {
 }  // namespace
 
 void BuildOptionsDescription(po::options_description& description) {
-    for (const Option& option : kOptions) {
-        const std::string name = std::string(option.longName) + option.shortSuffix;
-        switch (option.type) {
-            case ValueType::None:
-                description.add_options()(name.c_str(), option.help);
-                break;
-            case ValueType::Text:
-                description.add_options()(
-                    name.c_str(),
-                    po::value<std::string>()->implicit_value(std::string(option.implicitText)),
-                    option.help);
-                break;
-            case ValueType::Number:
-                description.add_options()(
-                    name.c_str(), po::value<unsigned int>()->implicit_value(option.implicitNumber),
-                    option.help);
-                break;
-        }
-    }
+    const auto add = [&](const char* longName, const char* suffix, const po::value_semantic* value,
+                         const char* help) {
+        description.add_options()((std::string(longName) + suffix).c_str(), value, help);
+    };
+    const auto none = [] { return new po::untyped_value(true); };
+    const auto text = [](const std::string& implicit) {
+        return po::value<std::string>()->implicit_value(implicit);
+    };
+    const auto number = [](unsigned int implicit) {
+        return po::value<unsigned int>()->implicit_value(implicit);
+    };
+    // clang-format off
+    add(kOptionAutoUpdate, ",a", text(" "), "Updates DHCP scopes and clients information automatically on DHCP server.");
+    add(kOptionGenerateBatch, ",b", text(""), "Specifies the name of a batch file that will be used to store all NETSH commands to be executed on a DHCP server.");
+    add(kOptionExportClients, ",c", text(""), "Gets client information from storage and stores it in specified CSV file.");
+    add(kOptionLeaseDuration, ",d", number(kDefaultLeaseSeconds), "Specifies the default lease duration in seconds for each scope (Default value: 691200 sec ie 8 days).");
+    add(kOptionErrorDesc, ",e", number(4294967295), "Allows to view description of DHCP error code returned.");
+    add(kOptionScopesIPInfo, ",f", text(""), "Update scopes IP address and netmask from registry to XML");
+    add(kOptionUpdateScopes, ",g", text(""), "Updates DHCP with scopes information using information from specified CSV file.");
+    add(kOptionHelp, ",h", none(), "Get this help.");
+    add(kOptionDhcpServerIp, ",i", text(""), "Specifies the IP Address of the DHCP server.");
+    add(kOptionUpdateClients, ",l", text(""), "Updates DHCP with clients information using information from specified CSV file.");
+    add(kOptionUpdateMAC, ",m", text(""), "Checks clients MAC Addresses and converts them if necessary.");
+    add(kOptionOutputLogFile, ",o", text("output.txt"), "Specifies the file name for logging output.");
+    add(kOptionUseAdapter, ",p", text(""), "Use Zeph-On adapter IP information to populate scopes information (ZephonRelay must be running and master).");
+    add(kOptionSetDhcpServerIp, ",r", text(""), "Sets the DHCP server IP address in Zephon.XML.");
+    add(kOptionExportScopes, ",s", text(""), "Gets scopes information from storage and stores it in specified CSV file.");
+    add(kOptionVerbose, ",v", text("on"), "Verbose on or off.");
+    add(kOptionWriteFile, ",w", text(""), "Set the default file name for batch operations.");
+    add(kOptionReservation, ",z", text(""), "Cleanup DHCP lease type entries and update MAC addresses in reservation entries.");
+    // clang-format on
 }
 
 po::parsed_options ParseCommandLine(int argc, const char* const* argv,

@@ -22,14 +22,12 @@ void CCommandSummary::Report() const {
     const bool thrown = std::uncaught_exceptions() > m_exceptionsBefore;
     if (!m_changes && errors == 0 && !thrown)
         return;
-    std::string text;
+    std::string text = Format("Command [%s] not executed.", m_command);
     if (thrown)
         text = Format("Command [%s] ended by an exception, error lines traced [%lu].", m_command,
                       errors);
     else if (m_executed)
         text = Format("Command [%s] executed, error lines traced [%lu].", m_command, errors);
-    else
-        text = Format("Command [%s] not executed.", m_command);
     const bool clean = m_executed && errors == 0 && !thrown;
     DiagTools::CEventLogWriter::Report(clean ? EVENTLOG_INFORMATION_TYPE : EVENTLOG_WARNING_TYPE,
                                        kCommandEventId, text.c_str());

@@ -104,30 +104,32 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
     using Value = po::variable_value;
     struct Command {
         const char* option;
-        bool changes;                        // the store, the server or a batch file
+        bool changes;  // the store, the server or a batch file
+        bool needsServer;
         bool (*run)(Parser&, const Value&);  // as the operations return
     };
     // The first one present runs. The values of the commands without a file are not used.
     // clang-format off
     static constexpr Command kCommands[] = {
-        {kOptionExportClients, false, [](Parser& parser, const Value& file) { return parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true); }},
-        {kOptionExportScopes, false, [](Parser& parser, const Value& file) { return parser.ExecuteExportScopesCommand(file.as<std::string>(), NetshWriter(), true); }},
-        {kOptionUpdateMAC, true, [](Parser& parser, const Value&) { return parser.ExecuteUpdateMACCommand(); }},
-        {kOptionScopesIPInfo, true, [](Parser& parser, const Value&) { return parser.ExecuteUpdateScopesIpInfo(); }},
-        {kOptionErrorDesc, false, [](Parser& parser, const Value& code) { return parser.ExecuteErrorDescriptionCommand(code.as<unsigned int>()); }},
-        {kOptionUpdateClients, true, [](Parser& parser, const Value& file) { return parser.ExecuteUpdateClientsCommand(file.as<std::string>()); }},
-        {kOptionUpdateScopes, true, [](Parser& parser, const Value& file) { return parser.ExecuteUpdateScopesCommand(file.as<std::string>()); }},
-        {kOptionGenerateBatch, true, [](Parser& parser, const Value& file) { return parser.ExecuteGenerateBatchCommand(file.as<std::string>()); }},
-        {kOptionAutoUpdate, true, [](Parser& parser, const Value&) { return parser.ExecuteSilentModeCommand(); }},
-        {kOptionSetDhcpServerIp, true, [](Parser& parser, const Value&) { return parser.ExecuteSetDHCPServerIpCommand(); }},
-        {kOptionReservation, true, [](Parser& parser, const Value& scopeId) { return parser.ExecuteReservationCommand(scopeId.as<std::string>()); }},
+        {kOptionExportClients, false, false, [](Parser& parser, const Value& file) { return parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true); }},
+        {kOptionExportScopes, false, false, [](Parser& parser, const Value& file) { return parser.ExecuteExportScopesCommand(file.as<std::string>(), NetshWriter(), true); }},
+        {kOptionUpdateMAC, true, false, [](Parser& parser, const Value&) { return parser.ExecuteUpdateMACCommand(); }},
+        {kOptionScopesIPInfo, true, false, [](Parser& parser, const Value&) { return parser.ExecuteUpdateScopesIpInfo(); }},
+        {kOptionErrorDesc, false, false, [](Parser& parser, const Value& code) { return parser.ExecuteErrorDescriptionCommand(code.as<unsigned int>()); }},
+        {kOptionUpdateClients, true, true, [](Parser& parser, const Value& file) { return parser.ExecuteUpdateClientsCommand(file.as<std::string>()); }},
+        {kOptionUpdateScopes, true, true, [](Parser& parser, const Value& file) { return parser.ExecuteUpdateScopesCommand(file.as<std::string>()); }},
+        {kOptionGenerateBatch, true, true, [](Parser& parser, const Value& file) { return parser.ExecuteGenerateBatchCommand(file.as<std::string>()); }},
+        {kOptionAutoUpdate, true, true, [](Parser& parser, const Value&) { return parser.ExecuteSilentModeCommand(); }},
+        {kOptionSetDhcpServerIp, true, true, [](Parser& parser, const Value&) { return parser.ExecuteSetDHCPServerIpCommand(); }},
+        {kOptionReservation, true, true, [](Parser& parser, const Value& scopeId) { return parser.ExecuteReservationCommand(scopeId.as<std::string>()); }},
     };
     // clang-format on
     for (const Command& command : kCommands) {
         if (variables.count(command.option) == 0)
             continue;
         CCommandSummary summary(command.option, command.changes);
-        summary.SetExecuted(command.run(*this, variables[command.option]));
+        summary.SetExecuted((!command.needsServer || HasServerAddress()) &&
+                            command.run(*this, variables[command.option]));
         return;
     }
     DisplayHelp(description);
@@ -139,20 +141,27 @@ void CDHCPCommandParser::DisplayHelp(const Description& description) {
         Display(Format(kHelpLine, option->format_name().c_str(), option->description().c_str()));
 }
 
+template <class Work>
+bool CDHCPCommandParser::Export(Work& work, std::string fileName, const char* defaultName,
+                                const char* startText) {
+    if (!ChooseFileName(fileName, defaultName, DialogMode::Save))
+        return false;
+    if (startText)
+        Display(startText);
+    work.GetDHCPInfo(fileName);
+    if (startText)
+        Display(Format(kExportDone, fileName.c_str()));
+    return true;
+}
+
 bool CDHCPCommandParser::ExecuteExportClientsCommand(std::string fileName,
                                                      const NetshWriter& netshWriter,
                                                      bool showMessages) {
     DT_TRACE(kTraceProgress, "Executing Export Clients Info Command in file [%s]",
              fileName.c_str());
     CDHCPClientInfoImpl clients(m_output, netshWriter);
-    if (!ChooseFileName(fileName, kDefaultClientsFile, DialogMode::Save))
-        return false;
-    if (showMessages)
-        Display(kExportClientsStart);
-    clients.GetDHCPInfo(fileName);
-    if (showMessages)
-        Display(Format(kExportDone, fileName.c_str()));
-    return true;
+    return Export(clients, std::move(fileName), kDefaultClientsFile,
+                  showMessages ? kExportClientsStart : nullptr);
 }
 
 bool CDHCPCommandParser::ExecuteExportScopesCommand(std::string fileName,
@@ -160,19 +169,11 @@ bool CDHCPCommandParser::ExecuteExportScopesCommand(std::string fileName,
                                                     bool showMessages) {
     DT_TRACE(kTraceProgress, "Executing Export Scopes Info Command in file [%s]", fileName.c_str());
     CDHCPSegmentInfoImpl scopes(m_output, m_leaseDuration, netshWriter, m_useAdapterFlag);
-    if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Save))
-        return false;
-    if (showMessages)
-        Display(kExportScopesStart);
-    scopes.GetDHCPInfo(fileName);
-    if (showMessages)
-        Display(Format(kExportDone, fileName.c_str()));
-    return true;
+    return Export(scopes, std::move(fileName), kDefaultScopesFile,
+                  showMessages ? kExportScopesStart : nullptr);
 }
 
 bool CDHCPCommandParser::ExecuteUpdateClientsCommand(std::string fileName) {
-    if (!HasServerAddress())
-        return false;
     DT_TRACE(kTraceProgress,
              "Executing Update Clients Info Command from file [%s] on DHCP server [%s]",
              fileName.c_str(), m_dhcpServerIp.c_str());
@@ -187,8 +188,6 @@ bool CDHCPCommandParser::ExecuteUpdateClientsCommand(std::string fileName) {
 }
 
 bool CDHCPCommandParser::ExecuteUpdateScopesCommand(std::string fileName) {
-    if (!HasServerAddress())
-        return false;
     DT_TRACE(kTraceProgress,
              "Executing Update Scopes Info Command from file [%s] on DHCP server [%s]",
              fileName.c_str(), m_dhcpServerIp.c_str());
@@ -227,8 +226,6 @@ bool CDHCPCommandParser::ExecuteErrorDescriptionCommand(std::uint32_t errorCode)
 }
 
 bool CDHCPCommandParser::ExecuteSetDHCPServerIpCommand() {
-    if (!HasServerAddress())
-        return false;
     CDHCPSegmentInfoImpl scopes(m_output);
     Display(kServerAddressStart);
     scopes.SetDHCPIpAddress(m_dhcpServerIp);
@@ -237,8 +234,6 @@ bool CDHCPCommandParser::ExecuteSetDHCPServerIpCommand() {
 }
 
 bool CDHCPCommandParser::ExecuteReservationCommand(const std::string& scopeId) {
-    if (!HasServerAddress())
-        return false;
     NetshWriter writer;
     if (!m_batchFileName.empty())
         writer = boost::make_shared<CNetshCommands>(m_output, m_dhcpServerIp, m_batchFileName);
@@ -256,8 +251,6 @@ void CDHCPCommandParser::RepairStore() {
 }
 
 bool CDHCPCommandParser::ExecuteSilentModeCommand() {
-    if (!HasServerAddress())
-        return false;
     DT_TRACE(kTraceProgress,
              "Executing silent mode update of scopes and clients Command on DHCP server [%s]",
              m_dhcpServerIp.c_str());
@@ -275,8 +268,6 @@ bool CDHCPCommandParser::ExecuteSilentModeCommand() {
 }
 
 bool CDHCPCommandParser::ExecuteGenerateBatchCommand(const std::string& batchFileName) {
-    if (!HasServerAddress())
-        return false;
     RepairStore();
     const NetshWriter writer =
         boost::make_shared<CNetshCommands>(m_output, m_dhcpServerIp, batchFileName);

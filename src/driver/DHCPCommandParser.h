@@ -51,6 +51,9 @@ private:
     bool ExecuteSetDHCPServerIpCommand();
     bool ExecuteReservationCommand(const std::string& scopeId);
 
+    /// startText: null for an export without messages.
+    template <class Work>
+    bool Export(Work& work, std::string fileName, const char* defaultName, const char* startText);
     /// What the automatic and the batch mode begin with: MACs, the scopes' addresses, the server.
     void RepairStore();
 

@@ -2,7 +2,6 @@
 
 #include <boost/algorithm/string/erase.hpp>
 
-#include "dhcpserver/AddressRange.h"
 #include "dhcpserver/DhcpOptions.h"
 #include "diagtools/HResultCheck.h"
 #include "driver/output/TextFile.h"

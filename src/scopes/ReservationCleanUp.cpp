@@ -14,6 +14,14 @@ constexpr char kTraceFile[] = "DHCPSegmentInfoImpl";
 
 constexpr char kDynamicLabel[] = "Dynamic";
 
+/// Lower-case hexadecimal pairs joined by "-".
+std::string HardwareAddressText(const HardwareAddress& hardwareAddress) {
+    std::string text;
+    for (const BYTE value : hardwareAddress)
+        text += Format(text.empty() ? "%02x" : "-%02x", value);
+    return text;
+}
+
 }  // namespace
 
 HRESULT CDHCPSegmentInfoImpl::ChangeDynamicToReserved(const std::string& scopeId) const {

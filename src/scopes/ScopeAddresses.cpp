@@ -1,13 +1,26 @@
 // The gateway's own addresses on the scopes: where they are found, and how they get into the store.
+
+// winsock2.h must come before any windows.h.
+#include <winsock2.h>
+//
+#include <iphlpapi.h>
+
+#include <algorithm>
 #include <boost/algorithm/string.hpp>
 #include <iterator>
 
-#include "dhcpserver/AddressRange.h"
 #include "diagtools/HResultCheck.h"
 #include "scopes/DHCPSegmentInfoImpl.h"
-#include "scopes/IpConf.h"
 #include "store/IPAddressString.h"
+#include "win/Handles.h"
 #include "win/RegistryText.h"
+#include "win/RuntimeLibrary.h"
+
+/// A network adapter, from the system or from the gateway's registry.
+struct Adapter {
+    std::string displayName;  // the description, or the adapter's name if there is none
+    std::vector<std::pair<std::string, std::string>> addresses;  // with their masks, dotted texts
+};
 
 namespace {
 
@@ -37,6 +50,55 @@ RegKey OpenKey(const std::string& path) {
     if (::RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, kRegReadWrite, &key) != ERROR_SUCCESS)
         return nullptr;
     return RegKey(key);
+}
+
+class CIpHelper : public CRuntimeLibrary {
+public:
+    CIpHelper() : CRuntimeLibrary("iphlpapi.dll", kSystemLibrary) {}
+
+    CEntry<DWORD(IP_ADAPTER_INFO* adapters, ULONG* bytes)> GetAdaptersInfo{*this,
+                                                                           "GetAdaptersInfo"};
+};
+
+/// How often the system is asked again because adapters came while it answered.
+constexpr int kMaxTries = 8;
+
+template <std::size_t N>
+std::string TextOf(const char (&text)[N]) {
+    return std::string(text, std::find(text, text + N, '\0'));
+}
+
+Adapter ToAdapter(const IP_ADAPTER_INFO& info) {
+    Adapter adapter;
+    adapter.displayName = TextOf(info.Description);
+    if (adapter.displayName.empty())
+        adapter.displayName = TextOf(info.AdapterName);
+    for (const IP_ADDR_STRING* entry = &info.IpAddressList; entry; entry = entry->Next)
+        adapter.addresses.emplace_back(TextOf(entry->IpAddress.String),
+                                       TextOf(entry->IpMask.String));
+    return adapter;
+}
+
+/// Asks the system for its network adapters, in its order. False if the IP Helper library or its
+/// answer is missing. A machine without adapters gives an empty list.
+bool GetAdapters(std::vector<Adapter>& adapters) {
+    // Held until the process ends: a run asks once per scope.
+    static CIpHelper helper;
+    std::vector<IP_ADAPTER_INFO> buffer(16);
+    DWORD error = ERROR_BUFFER_OVERFLOW;
+    for (int tries = 0; error == ERROR_BUFFER_OVERFLOW && tries < kMaxTries; ++tries) {
+        ULONG bytes = static_cast<ULONG>(buffer.size() * sizeof(IP_ADAPTER_INFO));
+        error = helper.GetAdaptersInfo(buffer.data(), &bytes);
+        if (error == ERROR_BUFFER_OVERFLOW)
+            buffer.resize(bytes / sizeof(IP_ADAPTER_INFO) + 1);
+    }
+    if (error == ERROR_NO_DATA)
+        return true;
+    if (error != ERROR_SUCCESS)
+        return false;
+    for (const IP_ADAPTER_INFO* info = buffer.data(); info; info = info->Next)
+        adapters.push_back(ToAdapter(*info));
+    return true;
 }
 
 }  // namespace
@@ -87,7 +149,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& scopeId,
 HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingIpConf(const std::string& scopeId,
                                                                 std::string& address,
                                                                 std::string& mask) {
-    AdapterList adapters;
+    std::vector<Adapter> adapters;
     if (!GetAdapters(adapters)) {
         DT_TRACE(kTraceError, "%s is NULL", "ipConf");
         return E_POINTER;
@@ -108,12 +170,12 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const Adapter& adapter,
                                                      const std::string& scopeId,
                                                      std::string& address, std::string& mask) {
     const std::uint32_t scopeNumber = AddressNumber(scopeId);
-    for (const AdapterAddress& found : adapter.addresses) {
-        DT_TRACE(kTraceRecord, kAddressFound, found.address.c_str(), found.mask.c_str());
-        if (GetAdapterNetworkId(found.address, found.mask) != scopeNumber)
+    for (const auto& [foundAddress, foundMask] : adapter.addresses) {
+        DT_TRACE(kTraceRecord, kAddressFound, foundAddress.c_str(), foundMask.c_str());
+        if (GetAdapterNetworkId(foundAddress, foundMask) != scopeNumber)
             continue;
-        mask = found.mask;
-        address = found.address;
+        mask = foundMask;
+        address = foundAddress;
         DT_TRACE(kTraceRecord, kAddressFound, address.c_str(), mask.c_str());
         return S_OK;
     }
@@ -159,7 +221,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& registry
         return E_FAIL;
     Adapter adapter;
     for (std::size_t i = 0; i < ipAddresses.size(); ++i)
-        adapter.addresses.push_back({ipAddresses[i], subnetMasks[i]});
+        adapter.addresses.emplace_back(ipAddresses[i], subnetMasks[i]);
     return GetAdapterInfoForScope(adapter, scopeId, address, mask);
 }
 

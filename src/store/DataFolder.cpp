@@ -5,6 +5,7 @@
 
 #include "diagtools/DiagTraceInfo.h"
 #include "win/AnsiPath.h"
+#include "win/Handles.h"
 #include "win/RegistryText.h"
 
 namespace {

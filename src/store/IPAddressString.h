@@ -33,3 +33,19 @@ inline std::uint32_t AddressNumber(const std::string& address) {
 inline std::string AddressText(std::uint32_t hostOrderAddress) {
     return CIPAddressString(hostOrderAddress).Text();
 }
+
+// Address arithmetic of a scope, on numbers in host order. Nothing is checked, sums wrap.
+
+inline constexpr std::uint32_t NetworkAddress(std::uint32_t address, std::uint32_t mask) {
+    return address & mask;
+}
+
+/// The address after the network id as it is written, host bits included.
+inline constexpr std::uint32_t FirstHostAddress(std::uint32_t networkId) {
+    return networkId + 1;
+}
+
+/// The address before the broadcast address.
+inline constexpr std::uint32_t LastHostAddress(std::uint32_t networkId, std::uint32_t mask) {
+    return (networkId | ~mask) - 1;
+}

@@ -27,8 +27,6 @@ using FoundId = std::optional<IID>;
 struct ComRelease {
     void operator()(IUnknown* object) const noexcept { object->Release(); }
 };
-using TypeLibrary = std::unique_ptr<ITypeLib, ComRelease>;
-using TypeInfo = std::unique_ptr<ITypeInfo, ComRelease>;
 
 /// The default value of a key below the classes; empty if there is none.
 std::wstring ClassesText(const std::wstring& key) {
@@ -90,14 +88,14 @@ FoundId FindInFile(const std::wstring& file) {
         return std::nullopt;
     ITypeLib* received = nullptr;
     const HRESULT loaded = ::LoadTypeLibEx(file.c_str(), REGKIND_NONE, &received);
-    const TypeLibrary library(received);
+    const std::unique_ptr<ITypeLib, ComRelease> library(received);
     if (FAILED(loaded) || !library)
         return std::nullopt;
     for (UINT index = 0; index < library->GetTypeInfoCount(); ++index) {
         ITypeInfo* info = nullptr;
         if (!HasName(*library, index) || FAILED(library->GetTypeInfo(index, &info)))
             continue;
-        const TypeInfo owner(info);
+        const std::unique_ptr<ITypeInfo, ComRelease> owner(info);
         if (const FoundId id = CustomInterfaceId(*info))
             return id;
     }

@@ -16,13 +16,16 @@ StoreFailure ReadFields(const ArrayView& pairs, const char* nameText, const Stor
                         CComVariant* values, std::size_t count) {
     const StoreField* const fieldsEnd = fields + count;
     for (std::size_t i = 0; i < pairs.size(); i += 2) {
-        CComVariant nameValue;
-        HRESULT hr = nameValue.CopyFrom(pairs[i]);
-        if (SUCCEEDED(hr))
-            hr = nameValue.ChangeType(VT_BSTR);
+        const VARIANT* nameValue = &pairs[i];
+        CComVariant converted;
+        HRESULT hr = S_OK;
+        if (nameValue->vt != VT_BSTR) {
+            hr = ::VariantChangeType(&converted, const_cast<VARIANT*>(nameValue), 0, VT_BSTR);
+            nameValue = &converted;
+        }
         if (FAILED(hr))
             return {hr, nameText};
-        const std::wstring_view name = nameValue.bstrVal ? nameValue.bstrVal : L"";
+        const std::wstring_view name = nameValue->bstrVal ? nameValue->bstrVal : L"";
         const StoreField* const field =
             std::find_if(fields, fieldsEnd,
                          [name](const StoreField& candidate) { return HasName(candidate, name); });

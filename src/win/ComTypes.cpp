@@ -11,17 +11,15 @@ void ThrowIfFailed(HRESULT hr, const char* call) {
         throw std::system_error(hr, std::system_category(), call);
 }
 
-BSTR AllocateText(const wchar_t* text) {
-    const BSTR allocated = ::SysAllocString(text);
+BSTR AllocateText(const char* text) {
+    const BSTR allocated = ::SysAllocString(WideText(text).c_str());
     ThrowIfFailed(allocated ? S_OK : E_OUTOFMEMORY, "SysAllocString");
     return allocated;
 }
 
 }  // namespace
 
-CComBSTR::CComBSTR(const wchar_t* text) : m_str(AllocateText(text)) {}
-
-CComBSTR::CComBSTR(const char* text) : CComBSTR(WideText(text).c_str()) {}
+CComBSTR::CComBSTR(const char* text) : m_str(AllocateText(text)) {}
 
 HRESULT CComBSTR::Append(BSTR text) {
     BSTR joined = nullptr;
@@ -35,7 +33,7 @@ HRESULT CComBSTR::Append(BSTR text) {
 
 CComVariant::CComVariant(const char* text) {
     ::VariantInit(this);
-    bstrVal = AllocateText(WideText(text).c_str());
+    bstrVal = AllocateText(text);
     vt = VT_BSTR;
 }
 

@@ -30,7 +30,6 @@ private:
 class CComBSTR {
 public:
     CComBSTR() = default;
-    explicit CComBSTR(const wchar_t* text);
     /// From narrow text in the thread's ANSI code page.
     explicit CComBSTR(const char* text);
     ~CComBSTR() { ::SysFreeString(m_str); }

@@ -6,6 +6,7 @@
 
 #include "LabLibrary.h"
 #include "diagtools/ModuleStatistics.h"
+#include "win/Handles.h"
 #include "win/RegistryText.h"
 
 namespace {

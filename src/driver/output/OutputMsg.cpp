@@ -49,9 +49,9 @@ void DisplayThrough(const Output& output, const std::string& message, bool verbo
         shown->DisplayMsg(message, verboseOnly);
 }
 
-void ShowResult(const Output& output, const std::string& record, unsigned long error) {
-    if (error != 0)
-        DisplayThrough(output, record + Format(kRecordFailed, error), false);
-    else if (IsDetailWanted(output))
-        DisplayThrough(output, record + kRecordDone, true);
+void ShowResult(const Output& output, std::string record, unsigned long error) {
+    if (error == 0 && !IsDetailWanted(output))
+        return;
+    record += error == 0 ? kRecordDone : Format(kRecordFailed, error);
+    DisplayThrough(output, record, error == 0);
 }

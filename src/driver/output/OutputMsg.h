@@ -44,4 +44,4 @@ inline constexpr char kRecordFailed[] = "Failed with error [%lu].\n";  // error 
 
 /// Shows the text of a record with the result behind it: success (0) to verbose users, an error to
 /// everybody.
-void ShowResult(const Output& output, const std::string& record, unsigned long error);
+void ShowResult(const Output& output, std::string record, unsigned long error);
