@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "lab/dhcpserver/DhcpServer.h"
-#include "lab/journal/Journal.h"
 
 namespace lab {
 namespace {

@@ -20,6 +20,7 @@ bool IsIdentifier(const Identifier& hardware) {
     return !hardware.empty() && hardware.size() <= kMaxIdentifierBytes;
 }
 
+/// Of what documents leave open (docs/lab.md); 0 when it is unset.
 DWORD Setting(const wchar_t* name) {
     const std::wstring text = EnvironmentText(name);
     const auto number = ParseNumber(text.empty() ? L"0" : text, 0xFFFFFFFF);
@@ -49,10 +50,6 @@ ULONGLONG LeaseSeconds(const Scope& scope) {
 }
 
 }  // namespace
-
-ServerSettings ServerSettings::FromEnvironment() {
-    return {Setting(L"DHCPLAB_ENUM_UNKNOWN_SUBNET"), Setting(L"DHCPLAB_PAGE_BYTES")};
-}
 
 DWORD ServerRules::CreateScope(DWORD scopeId, Scope scope) {
     if (scopeId == 0 || (scopeId & scope.mask) != scopeId)
@@ -200,18 +197,20 @@ DWORD ServerRules::SetClientTexts(DWORD address, const Text& name, const Text& c
 
 DWORD ServerRules::EnumClients(DWORD scopeId, DWORD resume, DWORD preferredBytes,
                                ClientPage& page) const {
+    static const DWORD unknownSubnet = Setting(L"DHCPLAB_ENUM_UNKNOWN_SUBNET");
+    static const DWORD pageBytesAlways = Setting(L"DHCPLAB_PAGE_BYTES");
     const Scope* const scope = m_state.FindScope(scopeId);
     if (scopeId != 0 && !scope) {
-        page.hasArray = m_settings.enumUnknownSubnet == ERROR_SUCCESS;
-        return m_settings.enumUnknownSubnet;
+        page.hasArray = unknownSubnet == ERROR_SUCCESS;
+        return unknownSubnet;
     }
     const auto& clients = m_state.Clients();
     if (resume == 0 && clients.empty())
         return ERROR_NO_MORE_ITEMS;
     if (resume != 0 && !clients.count(resume))
         return kJetError;
-    const DWORD pageBytes = m_settings.pageBytes
-                                ? m_settings.pageBytes
+    const DWORD pageBytes = pageBytesAlways
+                                ? pageBytesAlways
                                 : std::clamp(preferredBytes, kMinPageBytes, kMaxPageBytes);
     DWORD used = 0;
     const DWORD last = scope ? scopeId | ~scope->mask : 0xFFFFFFFF;

@@ -1,6 +1,6 @@
 // How a Windows DHCP server answers the calls of its management API: the checks in their order,
 // the codes, what each call leaves behind. Where Microsoft's documents are silent the comments in
-// the source say what was chosen; docs/lab.md lists the choices that can be switched.
+// the source say what was chosen; docs/lab.md lists the choices.
 #pragma once
 
 #include <string>
@@ -23,15 +23,6 @@ enum DhcpServerError : DWORD {
     kSubnetExists = 20052
 };
 
-/// What documents leave open: the DHCPLAB_ variables of docs/lab.md.
-struct ServerSettings {
-    DWORD enumUnknownSubnet = 0;
-    DWORD pageBytes = 0;  // size of an enumeration page; 0: as the caller asks
-
-    /// Texts that are not understood are journalled as misuse.
-    static ServerSettings FromEnvironment();
-};
-
 /// One page of an enumeration; the pointers live until the state changes.
 struct ClientPage {
     struct Entry {
@@ -47,8 +38,7 @@ struct ClientPage {
 
 class ServerRules {
 public:
-    ServerRules(ServerState& state, const ServerSettings& settings)
-        : m_state(state), m_settings(settings) {}
+    explicit ServerRules(ServerState& state) : m_state(state) {}
 
     /// Of the scope its mask, texts and state count.
     DWORD CreateScope(DWORD scopeId, Scope scope);
@@ -71,7 +61,6 @@ private:
     DWORD DeleteClient(DWORD address);
 
     ServerState& m_state;
-    const ServerSettings& m_settings;
 };
 
 }  // namespace lab

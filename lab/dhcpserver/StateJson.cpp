@@ -76,193 +76,155 @@ std::string JsonText(const Scope& scope) {
            ",\n    \"reservations\": " + JsonTable(scope.reservations, "\n      ") + "}";
 }
 
-void Require(bool isFine, const std::string& otherwise) {
-    if (!isFine)
-        throw std::runtime_error(otherwise);
-}
-
-DWORD ReadAddress(const std::wstring& text) {
-    const auto address = ParseAddress(text);
-    Require(address.has_value(), "not an address");
-    return *address;
-}
-
-std::wstring ReadText(const json::value& value) {
-    Require(value.is_string(), "not a text");
-    return FromUtf8(value.get_string());
-}
-
-template <class Number>
-Number ReadNumber(const json::value& value) {
-    json::error_code error;
-    const Number number = value.to_number<Number>(error);
-    Require(!error, "not a number, or too big");
-    return number;
-}
-
-/// An object of the snapshot. A member that is missing has a default; a failure names the member.
-class Members {
+/// A value of the snapshot and its place. One that is missing reads as its default.
+class Node {
 public:
-    explicit Members(const json::value& value) : m_object(value.if_object()) {
-        Require(m_object != nullptr, "not an object");
+    Node(const json::value* value, std::string place, std::string key = "")
+        : m_value(value), m_place(std::move(place)), m_key(std::move(key)) {}
+
+    void Require(bool isFine, const char* otherwise) const {
+        if (!isFine)
+            throw std::runtime_error(m_place + otherwise);
     }
-    template <class Read>
-    void With(json::string_view name, const Read& read) {
-        const json::value* const found = m_object->if_contains(name);
-        try {
-            if (found)
-                read(*found);
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error(std::string(name) + ": " + error.what());
-        }
+    bool IsGiven() const { return m_value && !m_value->is_null(); }
+
+    Node operator[](const char* name) const {
+        const json::value* const found = Object().if_contains(name);
         m_known += found ? 1 : 0;
+        return {found, m_place + name + ": "};
     }
-    template <class Read>
-    void ForEach(const Read& read) {
-        for (const auto& member : *m_object)
-            With(
-                member.key(), [&](auto& value) { read(FromUtf8(member.key()), value); });
+    /// A name that nobody has asked for is a typing error.
+    void RequireNoOther() const { Require(m_known == Object().size(), "a member is not known"); }
+    /// The members of a table.
+    std::vector<Node> Entries() const {
+        std::vector<Node> entries;
+        if (m_value)
+            for (const auto& [key, value] : Object())
+                entries.emplace_back(&value, m_place + std::string(key) + ": ", key);
+        return entries;
     }
-    lab::Text Text(const char* name) {
-        lab::Text text;
-        With(name, [&](auto& value) { text = value.is_null() ? text : ReadText(value); });
-        return text;
+    std::vector<Node> Elements() const {
+        std::vector<Node> elements;
+        Require(!m_value || m_value->is_array(), "not a list");
+        for (std::size_t i = 0; m_value && i < m_value->get_array().size(); ++i)
+            elements.emplace_back(&m_value->get_array()[i], m_place);
+        return elements;
     }
-    DWORD Address(const char* name, DWORD otherwise = 0) {
-        With(name, [&](auto& value) { otherwise = ReadAddress(ReadText(value)); });
-        return otherwise;
+
+    lab::Text Text() const {
+        Require(!IsGiven() || m_value->is_string(), "not a text");
+        return IsGiven() ? lab::Text(FromUtf8(m_value->get_string())) : std::nullopt;
+    }
+    DWORD Address(DWORD otherwise = 0) const {
+        return m_value ? ToAddress(Text().value_or(L"")) : otherwise;
+    }
+    DWORD KeyAsAddress() const { return ToAddress(FromUtf8(m_key)); }
+    DWORD KeyAsOption() const {
+        const auto number = ParseNumber(FromUtf8(m_key), 255);
+        Require(number.has_value(), "not an option's number");
+        return static_cast<DWORD>(*number);
     }
     template <class Type>
-    Type Number(const char* name, Type otherwise) {
-        With(name, [&](auto& value) { otherwise = ReadNumber<Type>(value); });
-        return otherwise;
+    Type Number(Type otherwise) const {
+        json::error_code error;
+        const Type number = m_value ? m_value->to_number<Type>(error) : otherwise;
+        Require(!error, "not a number, or too big");
+        return number;
     }
     /// Pairs of digits; the dashes may be left out.
-    Identifier Hardware() {
-        std::wstring digits = Text("mac").value_or(L"");
+    Identifier Hardware() const {
+        std::wstring digits = Text().value_or(L"");
         digits.erase(std::remove(digits.begin(), digits.end(), L'-'), digits.end());
         const Identifier bytes = ParseHexBytes(digits).value_or("");
         Require(!bytes.empty() && bytes.size() <= kMaxIdentifierBytes,
-                "mac: not 1 to 255 hexadecimal bytes");
+                "not 1 to 255 hexadecimal bytes");
         return bytes;
     }
-    /// A name that nobody has asked for is a typing error.
-    void RequireNoOther() const { Require(m_known == m_object->size(), "a member is not known"); }
 
 private:
-    const json::object* m_object;
-    std::size_t m_known = 0;
+    const json::object& Object() const {
+        Require(m_value && m_value->is_object(), "not an object");
+        return m_value->get_object();
+    }
+    DWORD ToAddress(const std::wstring& text) const {
+        const auto address = ParseAddress(text);
+        Require(address.has_value(), "not an address");
+        return *address;
+    }
+
+    const json::value* m_value;
+    std::string m_place;
+    std::string m_key;
+    mutable std::size_t m_known = 0;
 };
 
-OptionValue ReadOption(const json::value& list) {
-    Require(list.is_array(), "not a list");
-    OptionValue option;
-    for (const json::value& element : list.get_array()) {
-        Members members(element);
-        members.With(
-            "ip",
-            [&](auto& value) {
-                option.push_back({api::kOptionAddress, ReadAddress(ReadText(value))});
-            });
-        members.With("dword", [&](auto& value) {
-            option.push_back({api::kOptionDword, ReadNumber<DWORD>(value)});
-        });
-        members.RequireNoOther();
+OptionElement ReadElement(const Node& node) {
+    const Node address = node["ip"], number = node["dword"];
+    node.RequireNoOther();
+    node.Require(address.IsGiven() != number.IsGiven(), "not one of ip and dword");
+    if (address.IsGiven())
+        return {api::kOptionAddress, address.Address()};
+    return {api::kOptionDword, number.Number<DWORD>(0)};
+}
+
+void PutScope(const Node& node, ServerState& state) {
+    const DWORD id = node.KeyAsAddress();
+    Scope scope;
+    scope.mask = node["mask"].Address();
+    scope.name = node["name"].Text();
+    scope.comment = node["comment"].Text();
+    scope.state = node["state"].Number<DWORD>(0);
+    scope.netBiosName = node["netBiosName"].Text();
+    scope.hostName = node["hostName"].Text();
+    node.Require((id & scope.mask) == id && id != 0, "an id with host bits, or no mask");
+    node.Require(!state.OverlapsScope(id, scope.mask), "overlaps another scope");
+    if (const Node range = node["range"]; range.IsGiven()) {
+        scope.range = {range["first"].Address(), range["last"].Address()};
+        range.RequireNoOther();
+        range.Require(IsInScope(id, scope, *scope.range), "backwards or outside");
     }
-    Require(option.size() == list.get_array().size(), "not one of ip and dword");
-    return option;
-}
-
-/// All of a scope but its reservations.
-Scope ReadScope(Members& members) {
-    Scope scope{members.Address("mask"),
-                members.Text("name"),
-                members.Text("comment"),
-                members.Number<DWORD>("state", 0),
-                members.Text("netBiosName"),
-                members.Text("hostName"),
-                {},
-                {},
-                {},
-                {}};
-    members.With(
-        "range",
-        [&](auto& value) {
-            if (value.is_null())
-                return;
-            Members range(value);
-            scope.range = {range.Address("first"), range.Address("last")};
-            range.RequireNoOther();
-        });
-    members.With(
-        "exclusions",
-        [&](auto& table) {
-            Members(table).ForEach([&](const std::wstring& first, auto& last) {
-                scope.exclusions[ReadAddress(first)] = ReadAddress(ReadText(last));
-            });
-        });
-    members.With("options", [&](auto& table) {
-        Members(table).ForEach([&](const std::wstring& name, auto& list) {
-            const auto number = ParseNumber(name, 255);
-            Require(number.has_value(), "not an option's number");
-            scope.options[static_cast<DWORD>(*number)] = ReadOption(list);
-        });
-    });
-    return scope;
-}
-
-void PutScope(DWORD id, const json::value& value, ServerState& state) {
-    Members members(value);
-    const Scope scope = ReadScope(members);
-    Require((id & scope.mask) == id && id != 0, "an id with host bits, or no mask");
-    Require(!state.OverlapsScope(id, scope.mask), "overlaps another scope");
-    Require(!scope.range || IsInScope(id, scope, *scope.range), "a range backwards or outside");
-    const DWORD* lastBefore = nullptr;
-    for (const auto& [first, last] : scope.exclusions) {
-        Require(IsInScope(id, scope, {first, last}) && (!lastBefore || *lastBefore < first),
-                "an exclusion backwards, outside or over another one");
-        lastBefore = &last;
+    for (const Node& exclusion : node["exclusions"].Entries()) {
+        const AddressRange range{exclusion.KeyAsAddress(), exclusion.Address()};
+        const auto after = scope.exclusions.upper_bound(range.last);
+        exclusion.Require(IsInScope(id, scope, range) && (after == scope.exclusions.begin() ||
+                                                          std::prev(after)->second < range.first),
+                          "backwards, outside or over another one");
+        scope.exclusions[range.first] = range.last;
+    }
+    for (const Node& option : node["options"].Entries()) {
+        OptionValue& value = scope.options[option.KeyAsOption()];
+        for (const Node& element : option.Elements())
+            value.push_back(ReadElement(element));
     }
     state.ChangeScope(id) = scope;
-    members.With("reservations", [&](auto& table) {
-        Members(table).ForEach([&](const std::wstring& name, auto& reserved) {
-            const DWORD address = ReadAddress(name);
-            Members its(reserved);
-            const Reservation reservation{its.Hardware(), its.Number("types", api::kTypeBoth)};
-            its.RequireNoOther();
-            Require(IsInSubnet(id, scope.mask, address), "a reservation outside");
-            Require(!state.ReservedAddress(id, reservation.hardware), "its mac is reserved twice");
-            state.PutReservation(id, address, reservation);
-        });
-    });
-    members.RequireNoOther();
+    for (const Node& reserved : node["reservations"].Entries()) {
+        const DWORD address = reserved.KeyAsAddress();
+        const Reservation reservation{reserved["mac"].Hardware(),
+                                      reserved["types"].Number(api::kTypeBoth)};
+        reserved.RequireNoOther();
+        reserved.Require(IsInSubnet(id, scope.mask, address), "outside of the scope");
+        reserved.Require(!state.ReservedAddress(id, reservation.hardware), "a mac of another one");
+        state.PutReservation(id, address, reservation);
+    }
+    node.RequireNoOther();
 }
 
-void PutClient(DWORD address, const json::value& value, ServerState& state) {
-    Members members(value);
-    Client client{members.Hardware(),
-                  members.Text("name"),
-                  members.Text("comment"),
-                  members.Number<ULONGLONG>("expires", 0),
-                  members.Number("type", api::kTypeNone),
-                  members.Text("ownerName"),
-                  members.Address("ownerAddress", 0xFFFFFFFF)};
-    members.RequireNoOther();
+void PutClient(const Node& node, ServerState& state) {
+    const DWORD address = node.KeyAsAddress();
+    Client client;
+    client.hardware = node["mac"].Hardware();
+    client.name = node["name"].Text();
+    client.comment = node["comment"].Text();
+    client.expires = node["expires"].Number<ULONGLONG>(0);
+    client.type = node["type"].Number(api::kTypeNone);
+    client.ownerName = node["ownerName"].Text();
+    client.ownerAddress = node["ownerAddress"].Address(0xFFFFFFFF);
+    node.RequireNoOther();
     const auto* const scope = state.ScopeOf(address);
-    Require(scope, "in no scope");
-    Require(!state.AddressOfClient(UniqueId(scope->first, client.hardware)),
-            "its mac has another record in the scope");
+    node.Require(scope, "in no scope");
+    node.Require(!state.AddressOfClient(UniqueId(scope->first, client.hardware)),
+                 "its mac has another record in the scope");
     state.PutClient(address, std::move(client));
-}
-
-void PutServer(const json::value& value, ServerState& state) {
-    Members members(value);
-    members.With("addresses", [&](auto& list) {
-        Require(list.is_array(), "not a list");
-        for (const json::value& address : list.get_array())
-            state.addresses.push_back(ReadText(address));
-    });
-    members.RequireNoOther();
 }
 
 }  // namespace
@@ -280,23 +242,18 @@ void ReadSnapshot(std::string_view text, ServerState& state) {
     json::error_code error;
     json::monotonic_resource memory;
     const json::value value = json::parse(text, error, &memory);
-    Require(!error, "no JSON: " + error.message());
-    Members members(value);
-    members.With(
-        "server", [&](auto& server) { PutServer(server, state); });
-    members.With(
-        "scopes",
-        [&](auto& table) {
-            Members(table).ForEach([&](const std::wstring& id, auto& scope) {
-                PutScope(ReadAddress(id), scope, state);
-            });
-        });
-    members.With("clients", [&](auto& table) {
-        Members(table).ForEach([&](const std::wstring& address, auto& client) {
-            PutClient(ReadAddress(address), client, state);
-        });
-    });
-    members.RequireNoOther();
+    const Node all(&value, "");
+    all.Require(!error, ("no JSON: " + error.message()).c_str());
+    if (const Node server = all["server"]; server.IsGiven()) {
+        for (const Node& address : server["addresses"].Elements())
+            state.addresses.push_back(address.Text().value_or(L""));
+        server.RequireNoOther();
+    }
+    for (const Node& scope : all["scopes"].Entries())
+        PutScope(scope, state);
+    for (const Node& client : all["clients"].Entries())
+        PutClient(client, state);
+    all.RequireNoOther();
 }
 
 }  // namespace lab

@@ -124,8 +124,6 @@ constexpr struct {
     {kInvalidRange, "The specified range overlaps with another one or is not valid."},
 };
 
-}  // namespace
-
 struct NetshVerb {
     const wchar_t* first;
     const wchar_t* second;
@@ -133,8 +131,6 @@ struct NetshVerb {
     Code (*run)(WordReader& words, DWORD scope, ServerRules& rules);
     const char* usage;
 };
-
-namespace {
 
 constexpr NetshVerb kVerbs[] = {
     {L"add", L"scope", false, AddScope, "ScopeAddress SubnetMask ScopeName [ScopeComment]"},
@@ -146,58 +142,53 @@ constexpr NetshVerb kVerbs[] = {
     {L"delete", L"reservedip", true, DeleteReservation, "ReservedIP MAC"},
 };
 
-}  // namespace
-
-std::optional<NetshCommand> NetshCommand::Parse(const std::vector<std::wstring>& words) {
-    const auto isWord = [&words](std::size_t at, const wchar_t* keyword) {
-        return at < words.size() && Is(words[at], keyword);
-    };
-    if (!isWord(0, L"dhcp") || !isWord(1, L"server"))
-        return std::nullopt;
-    std::size_t next = 2;
-    NetshCommand command;
-    command.server = L"127.0.0.1";
-    const bool isName = next < words.size() && words[next].rfind(L"\\\\", 0) == 0;
-    if (isName)
-        command.server = words[next++].substr(2);
-    else if (next < words.size() && ParseAddress(words[next]))
-        command.server = words[next++];
-    const bool isInScope = isWord(next, L"scope");
-    if (isInScope) {
-        command.scope = next + 1 < words.size() ? words[next + 1] : L"";
-        next += 2;
-    }
-    for (const NetshVerb& verb : kVerbs) {
-        if (verb.isInScope == isInScope && isWord(next, verb.first) &&
-            isWord(next + 1, verb.second)) {
-            command.verb = &verb;
-            command.arguments.assign(words.begin() + static_cast<std::ptrdiff_t>(next + 2),
-                                     words.end());
-            return command;
-        }
-    }
-    return std::nullopt;
-}
-
-NetshAnswer NetshCommand::Run(ServerState& state) const {
+NetshAnswer RunVerb(const NetshVerb& verb, const std::wstring& server, const std::wstring& scope,
+                    const std::vector<std::wstring>& arguments, ServerState& state) {
     if (!state.IsReachedBy(server))
         return AnswerTo(RPC_S_SERVER_UNAVAILABLE, server);
     const auto scopeId = ParseAddress(scope);
-    if (verb->isInScope && (!scopeId || !state.FindScope(*scopeId)))
+    if (verb.isInScope && (!scopeId || !state.FindScope(*scopeId)))
         return {"The command needs a valid Scope IP Address.", "no scope"};
-    const std::string context = verb->isInScope ? "\nChanged the current scope context to " +
-                                                      Dotted(*scopeId) + " scope.\n\n"
-                                                : "";
+    const std::string context = verb.isInScope ? "\nChanged the current scope context to " +
+                                                     Dotted(*scopeId) + " scope.\n\n"
+                                               : "";
     WordReader words(arguments);
-    const ServerSettings settings;  // those of listing clients
-    ServerRules rules(state, settings);
-    const auto code = verb->run(words, scopeId.value_or(0), rules);
+    ServerRules rules(state);
+    const auto code = verb.run(words, scopeId.value_or(0), rules);
     if (!code)
-        return {context + "Usage: " + ToUtf8(verb->first) + " " + ToUtf8(verb->second) + " " +
-                    verb->usage,
-                "usage"};
+        return {
+            context + "Usage: " + ToUtf8(verb.first) + " " + ToUtf8(verb.second) + " " + verb.usage,
+            "usage"};
     const NetshAnswer answer = AnswerTo(*code, server);
     return {context + answer.text, answer.result};
+}
+
+}  // namespace
+
+std::optional<NetshCommand> ParseNetsh(const std::vector<std::wstring>& words) {
+    const auto word = [&words](std::size_t at) { return at < words.size() ? words[at] : L""; };
+    if (!Is(word(0), L"dhcp") || !Is(word(1), L"server"))
+        return std::nullopt;
+    std::size_t next = 2;
+    std::wstring server = L"127.0.0.1", scope;
+    const bool isName = word(next).rfind(L"\\\\", 0) == 0;
+    if (isName || ParseAddress(word(next)))
+        server = word(next++).substr(isName ? 2 : 0);
+    const bool isInScope = Is(word(next), L"scope");
+    if (isInScope) {
+        scope = word(next + 1);
+        next += 2;
+    }
+    for (const NetshVerb& verb : kVerbs)
+        if (verb.isInScope == isInScope && Is(word(next), verb.first) &&
+            Is(word(next + 1), verb.second)) {
+            const std::vector<std::wstring> arguments(
+                words.begin() + static_cast<std::ptrdiff_t>(next + 2), words.end());
+            return NetshCommand{server, [=, &verb](ServerState& state) {
+                                    return RunVerb(verb, server, scope, arguments, state);
+                                }};
+        }
+    return std::nullopt;
 }
 
 NetshAnswer AnswerTo(DWORD code, const std::wstring& server) {

@@ -3,6 +3,7 @@
 // behind it, and a word too many makes the command fail.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -10,8 +11,6 @@
 #include "lab/dhcpserver/ServerRules.h"
 
 namespace lab {
-
-struct NetshVerb;
 
 /// What netsh prints, and what the journal notes behind the arrow.
 struct NetshAnswer {
@@ -24,17 +23,13 @@ NetshAnswer AnswerTo(DWORD code, const std::wstring& server);
 
 /// One command, found by its keywords; its arguments are not looked at yet.
 struct NetshCommand {
-    const NetshVerb* verb = nullptr;
     std::wstring server;  // without "\\"; this machine when none is given
-    std::wstring scope;
-    std::vector<std::wstring> arguments;
-
-    /// The words after "netsh"; none for a command that netsh would not find.
-    static std::optional<NetshCommand> Parse(const std::vector<std::wstring>& words);
-
     /// Carries the command out: netsh looks for the server, then for the scope, then reads the
     /// arguments.
-    NetshAnswer Run(ServerState& state) const;
+    std::function<NetshAnswer(ServerState& state)> run;
 };
+
+/// The words after "netsh"; none for a command that netsh would not find.
+std::optional<NetshCommand> ParseNetsh(const std::vector<std::wstring>& words);
 
 }  // namespace lab

@@ -12,7 +12,7 @@ namespace lab {
 namespace {
 
 NetshAnswer Execute(const std::vector<std::wstring>& words) {
-    const auto command = NetshCommand::Parse(words);
+    const auto command = ParseNetsh(words);
     if (!command) {
         std::string line;
         for (const std::wstring& word : words)
@@ -26,7 +26,7 @@ NetshAnswer Execute(const std::vector<std::wstring>& words) {
             StateFile file(EnvironmentText(L"DHCPLAB_SERVER_STATE"));
             answer = AnswerTo(RPC_S_SERVER_UNAVAILABLE, command->server);
             file.Run([&](ServerState& state) {
-                answer = command->Run(state);
+                answer = command->run(state);
                 return ERROR_SUCCESS;
             });
             file.Close();

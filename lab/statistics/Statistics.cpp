@@ -30,16 +30,6 @@ std::string MemoryName(DWORD processId) {
     return "Local\\DTSSM_" + std::to_string(processId);
 }
 
-std::string TimeText(std::uint64_t fileTime) {
-    const FILETIME value{static_cast<DWORD>(fileTime), static_cast<DWORD>(fileTime >> 32)};
-    SYSTEMTIME time{};
-    ::FileTimeToSystemTime(&value, &time);
-    char text[64];
-    std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d", time.wYear, time.wMonth,
-                  time.wDay, time.wHour, time.wMinute, time.wSecond);
-    return text;
-}
-
 /// "4:2 16:9": trace level and number of lines, for the levels that have any.
 std::string LinesText(const Block& block) {
     std::string text;
@@ -50,35 +40,34 @@ std::string LinesText(const Block& block) {
     return text.empty() ? "none" : text;
 }
 
-/// FILETIME, UTC; 0 when the system does not tell.
-std::uint64_t StartTime(DWORD processId) {
+/// Zero when the system does not tell.
+FILETIME StartTime(DWORD processId) {
     const lab::Handle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     FILETIME start{}, unused{};
     ::GetProcessTimes(process.get(), &start, &unused, &unused, &unused);
-    return std::uint64_t{start.dwHighDateTime} << 32 | start.dwLowDateTime;
+    return start;
 }
 
 /// One line, or nothing for a process that shows no statistics.
 void Print(DWORD processId) {
-    const std::string name = MemoryName(processId);
-    const lab::Handle mapping(::OpenFileMappingA(FILE_MAP_READ, FALSE, name.c_str()));
-    const lab::Handle mutex(::OpenMutexA(SYNCHRONIZE, FALSE, (name + "_Lock").c_str()));
+    const lab::Handle mapping(
+        ::OpenFileMappingA(FILE_MAP_READ, FALSE, MemoryName(processId).c_str()));
     const void* const view =
         mapping ? ::MapViewOfFile(mapping.get(), FILE_MAP_READ, 0, 0, sizeof(Block)) : nullptr;
     if (!view)
         return;
-    if (mutex)
-        ::WaitForSingleObject(mutex.get(), 5000);
     Block block;
     std::memcpy(&block, view, sizeof(block));
-    if (mutex)
-        ::ReleaseMutex(mutex.get());
     ::UnmapViewOfFile(view);
     // Ids are reused: what an earlier process has left is not this one's.
+    const FILETIME start = StartTime(processId);
+    SYSTEMTIME time{};
+    ::FileTimeToSystemTime(&start, &time);
     if (std::memcmp(block.signature, "DTSS", 4) == 0 && block.version == 2 &&
-        block.startTime == StartTime(processId))
-        std::printf("%-24.63s %8lu  %s  %s\n", block.name, processId,
-                    TimeText(block.startTime).c_str(), LinesText(block).c_str());
+        std::memcmp(&block.startTime, &start, sizeof(start)) == 0)
+        std::printf("%-24.63s %8lu  %04d-%02d-%02d %02d:%02d:%02d  %s\n", block.name, processId,
+                    time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond,
+                    LinesText(block).c_str());
 }
 
 /// The command line behind our own name, as it was given: quotes and all.

@@ -1,5 +1,5 @@
 // zakstorage.dll: class factory, registration and the checks when the DLL leaves.
-#include "lab/storage/ComServer.h"
+#include <windows.h>
 
 #include <olectl.h>
 
@@ -15,6 +15,9 @@ namespace {
 
 /// The program id that the gateway's own component has.
 constexpr wchar_t kStorageProgId[] = L"Granite.ZakStorageDB";
+/// Class id under which zakstorage.dll registers itself for it.
+constexpr CLSID kClassId = {
+    0xb2f6a7c4, 0x58d1, 0x4c0e, {0x8f, 0x3b, 0x94, 0xe1, 0x7d, 0x2a, 0x6c, 0x05}};
 constexpr wchar_t kClassIdText[] = L"{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}";
 constexpr wchar_t kTypeLibIdText[] = L"{b8c857ca-f21b-428b-ae26-799b5353b341}";
 constexpr wchar_t kTitle[] = L"Storage component (stand-in)";
@@ -91,8 +94,9 @@ std::vector<KeyValue> Registration(const std::wstring& path) {
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*) {
     if (reason == DLL_PROCESS_ATTACH)
         thisModule = module;
-    else if (reason == DLL_PROCESS_DETACH)
-        lab::StorageComponent::CloseAllAtUnload();
+    else if (reason == DLL_PROCESS_DETACH && lab::StorageComponent::liveObjects > 0)
+        lab::JournalMisuse("store references left: " +
+                           std::to_string(lab::StorageComponent::liveObjects));
     return TRUE;
 }
 
@@ -100,7 +104,7 @@ STDAPI DllGetClassObject(REFCLSID classId, REFIID iid, void** object) {
     if (!object)
         return E_POINTER;
     *object = nullptr;
-    if (!::IsEqualCLSID(classId, CLSID_LabZakStorageDB))
+    if (!::IsEqualCLSID(classId, kClassId))
         return CLASS_E_CLASSNOTAVAILABLE;
     return theFactory.QueryInterface(iid, object);
 }

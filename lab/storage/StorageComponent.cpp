@@ -1,26 +1,12 @@
 #include "lab/storage/StorageComponent.h"
 
-#include <set>
-
 #include "lab/journal/Environment.h"
 #include "lab/journal/Journal.h"
-#include "lab/storage/ComServer.h"
 
 namespace lab {
 namespace {
 
 constexpr long kPublic = 1;  // the visibility of the values that everybody may read
-
-std::mutex openStoresMutex;
-std::set<StoreFile*> openStores;
-
-void RememberOpen(StoreFile* file, bool isOpen) {
-    const std::lock_guard<std::mutex> lock(openStoresMutex);
-    if (isOpen)
-        openStores.insert(file);
-    else
-        openStores.erase(file);
-}
 
 std::wstring Text(BSTR text) {
     return text ? std::wstring(text, ::SysStringLen(text)) : std::wstring();
@@ -41,11 +27,6 @@ IID InterfaceId() {
     if (!text.empty() && FAILED(::IIDFromString(text.c_str(), &id)))
         JournalMisuse("DHCPLAB_STORAGE_IID is no id: " + Escape(text));
     return id;
-}
-
-void SaveLeftOpen(StoreFile& file) {
-    const HRESULT hr = file.Save();
-    JournalMisuse("store left open, saved now -> " + Hex(static_cast<std::uint32_t>(hr)));
 }
 
 }  // namespace
@@ -83,19 +64,9 @@ StorageComponent::StorageComponent() {
 }
 
 StorageComponent::~StorageComponent() {
-    if (m_state == State::Open) {
-        RememberOpen(&m_file, false);
-        SaveLeftOpen(m_file);
-    }
+    if (m_state == State::Open)
+        JournalMisuse("store left open, its changes are lost");
     --liveObjects;
-}
-
-void StorageComponent::CloseAllAtUnload() {
-    // No lock: other threads have ended or have left this DLL, and one may have died holding it.
-    for (StoreFile* const file : openStores)
-        SaveLeftOpen(*file);
-    if (liveObjects > 0)
-        JournalMisuse("store references left: " + std::to_string(liveObjects));
 }
 
 HRESULT StorageComponent::QueryInterface(REFIID iid, void** object) {
@@ -127,10 +98,8 @@ HRESULT StorageComponent::Initialize(BSTR path) {
     if (const Fault fault = FaultFor(call.function); fault.code)
         return call.Result(static_cast<HRESULT>(fault.code));
     const HRESULT hr = m_file.Open(Text(path));
-    if (SUCCEEDED(hr)) {
+    if (SUCCEEDED(hr))
         m_state = State::Open;
-        RememberOpen(&m_file, true);
-    }
     return call.Result(hr, Escape(std::string_view(m_file.Failure())));
 }
 
@@ -218,7 +187,6 @@ HRESULT StorageComponent::Uninitialize() {
     // answer, not about the data.
     hr = m_file.Save();
     m_state = State::Closed;
-    RememberOpen(&m_file, false);
     return call.Result(FaultFor(call.function).After(hr));
 }
 

@@ -15,6 +15,10 @@
 
 namespace lab {
 
+/// Id of the stand-in's interface. Callers learn it from the type library in zakstorage.dll.
+inline constexpr IID IID_LabZakStorageDB = {
+    0xe60eec85, 0xad99, 0x4c17, {0x9e, 0x77, 0xab, 0xa0, 0x3d, 0x28, 0xce, 0x17}};
+
 /// The storage component over a store file, journalling every call. It is stricter than a real
 /// one: what the interface does not allow is reported as misuse, even where it does no harm.
 ///
@@ -25,8 +29,6 @@ public:
 
     /// Objects that somebody still holds.
     static std::atomic<long> liveObjects;
-    /// Called when the DLL leaves: saves what is still open and reports it as misuse.
-    static void CloseAllAtUnload();
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
     ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }

@@ -17,8 +17,8 @@ std::string Answer(ServerState& state, const std::string& call) {
     std::vector<std::wstring> words;
     for (std::string word; text >> std::quoted(word, '\'');)
         words.push_back(FromUtf8(word));
-    const auto command = NetshCommand::Parse(words);
-    const std::string result = command ? command->Run(state).result : "unknown";
+    const auto command = ParseNetsh(words);
+    const std::string result = command ? command->run(state).result : "unknown";
     return result.substr(0, result.find(' '));
 }
 

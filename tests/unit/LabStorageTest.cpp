@@ -38,12 +38,11 @@ TEST(LabStorage, MisuseIsJournalled) {
     reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, long, long, BSTR, BSTR, BSTR, VARIANT*)>(
         (*store)[4])(store, 1, 0, name, name, name, &value);
     dll.Unload();
-    EXPECT_NE(ReadAll(folder / L"x").find("text=\"n\""), std::string::npos);
     const std::string journal = ReadAll(folder / L"j");
     for (const char* line :
          {"MISUSE store put_Value: value is no text\n",
           "MISUSE store get_Value: out VARIANT is not empty, its content is lost: i4 ",
-          "MISUSE store left open, saved now -> 0x00000000\n", "MISUSE store references left: 1\n"})
+          "MISUSE store references left: 1\n"})
         EXPECT_NE(journal.find(line), std::string::npos) << journal;
 }
 
