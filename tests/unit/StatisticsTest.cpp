@@ -27,7 +27,8 @@ TEST(Statistics, AMemoryOfOthersUnderOurNameIsLeftAloneAndAnEmptyOneTaken) {
 
     std::memset(bytes, 0, sizeof(ModuleStatisticsBlock));
     std::thread([&] {  // ends with the mutex in its hands
-        ::WaitForSingleObject(::OpenMutexA(SYNCHRONIZE, FALSE, (name + "_Lock").c_str()), 1000);
+        const Handle mutex(::OpenMutexA(SYNCHRONIZE, FALSE, (name + "_Lock").c_str()));
+        ::WaitForSingleObject(mutex.get(), 1000);
     })
         .join();
     CModuleStatistics::Initialize(nullptr);
