@@ -1,4 +1,4 @@
-// bare_loop -c|-l FILE [-i SERVER] [-v off] [-o LOG]: the external calls of dhcpmigrate's export
+// bare_loop -c|-l FILE [-i SERVER] [-v off]: the external calls of dhcpmigrate's export
 // and import of clients, and the bytes that they write, without any further work. script/bench
 // measures the program against it. It checks nothing: every field of that input is present and
 // valid. All declarations are its own, so that a change of the program does not change the measure.
@@ -22,8 +22,6 @@ struct IGatewayStore : public IUnknown {
                                               VARIANT* pairs) = 0;
 };
 
-namespace {
-
 struct BinaryData {
     DWORD bytes;
     BYTE* data;
@@ -46,12 +44,15 @@ struct Element {
     DWORD type;
     const Reservation* content;
 };
+extern "C" DWORD WINAPI DhcpCreateClientInfoV4(const wchar_t*, const ClientInfo*);
+extern "C" DWORD WINAPI DhcpAddSubnetElementV4(const wchar_t*, DWORD subnet, const Element*);
 
-std::string command, file, server, verbose, logName;
-std::string fields[7];
+namespace {
 
-HANDLE Open(const std::string& name, DWORD access, DWORD disposition) {
-    return ::CreateFileA(name.c_str(), access, FILE_SHARE_READ, nullptr, disposition, 0, nullptr);
+std::string file, server, verbose, fields[7];
+
+HANDLE Open(DWORD access, DWORD disposition) {
+    return ::CreateFileA(file.c_str(), access, 0, nullptr, disposition, 0, nullptr);
 }
 
 void Write(HANDLE target, const std::string& bytes) {
@@ -60,11 +61,7 @@ void Write(HANDLE target, const std::string& bytes) {
 }
 
 void Show(const std::string& message) {
-    if (logName.empty())
-        return Write(::GetStdHandle(STD_OUTPUT_HANDLE), message);
-    const HANDLE log = Open(logName, FILE_APPEND_DATA, OPEN_ALWAYS);
-    Write(log, message);
-    ::CloseHandle(log);
+    Write(::GetStdHandle(STD_OUTPUT_HANDLE), message);
 }
 
 void ShowClient(std::string text, const char* end) {
@@ -100,7 +97,7 @@ void Export() {
     ::RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Vantrel\\Data", L"Path", RRF_RT_REG_SZ, nullptr,
                    path, &bytes);
     store->Initialize(::SysAllocString(std::wcscat(path, L"\\Zephon.XML")));
-    const HANDLE csv = Open(file, GENERIC_WRITE, CREATE_ALWAYS);
+    const HANDLE csv = Open(GENERIC_WRITE, CREATE_ALWAYS);
     std::string block =
         "Client Name, IP Address, NetMask, DNS1, DNS2, MAC Address, Lease Status\r\n\r\n";
     const BSTR section = ::SysAllocString(L"Clients");
@@ -141,20 +138,10 @@ DWORD AddressOf(const std::string& text) {
     return address;
 }
 
-template <class Function>
-Function* Find(HMODULE library, const char* name) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(library, name)));
-}
-
 void Import() {
     Show("\r\nSetting DHCP Clients information on DHCP Server from file " + file +
          ". Please wait ...\r\n\r\n");
-    const HMODULE library = ::LoadLibraryA("dhcpsapi.dll");
-    const auto createClient =
-        Find<DWORD WINAPI(const wchar_t*, const ClientInfo*)>(library, "DhcpCreateClientInfoV4");
-    const auto addElement = Find<DWORD WINAPI(const wchar_t*, DWORD, const Element*)>(
-        library, "DhcpAddSubnetElementV4");
-    const HANDLE csv = Open(file, GENERIC_READ, OPEN_EXISTING);
+    const HANDLE csv = Open(GENERIC_READ, OPEN_EXISTING);
     DWORD bytes = ::GetFileSize(csv, nullptr);
     std::string content(bytes, '\0');
     ::ReadFile(csv, content.data(), bytes, &bytes, nullptr);
@@ -172,9 +159,10 @@ void Import() {
         BYTE mac[6];
         for (std::size_t i = 0; i < 6; ++i)
             std::from_chars(&fields[5][3 * i], &fields[5][3 * i] + 2, mac[i], 16);
+        const BinaryData hardware{6, mac};
         ClientInfo info{AddressOf(fields[1]),
                         AddressOf(fields[2]),
-                        {6, mac},
+                        hardware,
                         name,
                         L"",
                         0,
@@ -183,31 +171,21 @@ void Import() {
                         3};
         ::GetSystemTimeAsFileTime(reinterpret_cast<FILETIME*>(&info.expires));
         info.expires += 691200 * 10'000'000ULL;
-        createClient(wideServer.c_str(), &info);
+        ::DhcpCreateClientInfoV4(wideServer.c_str(), &info);
         const Reservation reservation{info.address, &info.hardware, 3};
         const Element element{2, &reservation};
         if (fields[6] == "Reserved")
-            addElement(wideServer.c_str(), info.address & info.mask, &element);
+            ::DhcpAddSubnetElementV4(wideServer.c_str(), info.address & info.mask, &element);
         if (verbose != "off")
             ShowClient("Client to add in DHCP server : ", "] -> OK\r\n");
     }
-    ::FreeLibrary(library);
     Show("\r\nDHCP clients information should be available on DHCP server.\r\n\r\n");
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    for (int i = 1; i + 1 < argc; i += 2) {
-        const char letter = argv[i][1];
-        if (letter == 'c' || letter == 'l')
-            command = argv[i];
-        (letter == 'i'   ? server
-         : letter == 'v' ? verbose
-         : letter == 'o' ? logName
-                         : file) = argv[i + 1];
-    }
-    if (!logName.empty())
-        ::CloseHandle(Open(logName, GENERIC_WRITE, CREATE_ALWAYS));
-    command == "-c" ? Export() : Import();
+    for (int i = 1; i + 1 < argc; i += 2)
+        (argv[i][1] == 'i' ? server : argv[i][1] == 'v' ? verbose : file) = argv[i + 1];
+    argv[1][1] == 'c' ? Export() : Import();
 }
