@@ -1,7 +1,7 @@
-// bare_loop -c|-l FILE [-i SERVER] [-v off]: the external calls of dhcpmigrate's export
-// and import of clients, and the bytes that they write, without any further work. script/bench
-// measures the program against it. It checks nothing: every field of that input is present and
-// valid. All declarations are its own, so that a change of the program does not change the measure.
+// bare_loop -c|-l FILE -i SERVER: the external calls of dhcpmigrate's export and import of clients
+// with -v off, and the bytes that they write. script/bench measures the program against it. It
+// checks nothing: every field of that input is present and valid. All declarations are its own, so
+// that a change of the program does not change the measure.
 #include <windows.h>
 
 #include <oleauto.h>
@@ -49,27 +49,15 @@ extern "C" DWORD WINAPI DhcpAddSubnetElementV4(const wchar_t*, DWORD subnet, con
 
 namespace {
 
-std::string file, server, verbose, fields[7];
+std::string file, server, fields[7];
 
 HANDLE Open(DWORD access, DWORD disposition) {
     return ::CreateFileA(file.c_str(), access, 0, nullptr, disposition, 0, nullptr);
 }
 
-void Write(HANDLE target, const std::string& bytes) {
+void Write(const std::string& bytes, HANDLE target = ::GetStdHandle(STD_OUTPUT_HANDLE)) {
     DWORD written = 0;
     ::WriteFile(target, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-}
-
-void Show(const std::string& message) {
-    Write(::GetStdHandle(STD_OUTPUT_HANDLE), message);
-}
-
-void ShowClient(std::string text, const char* end) {
-    int i = 0;
-    for (const char* label : {"Name [", "], IP Address [", "], NetMask [", "], DNS1 [", "], DNS2 [",
-                              "], MAC Address [", "], Lease Status ["})
-        text.append(label).append(fields[i++]);
-    Show(text.append(end));
 }
 
 void SetText(std::string& text, const VARIANT& value) {
@@ -86,7 +74,7 @@ void Export() {
     static const wchar_t* const names[] = {L"Name", L"IpAddress", L"NetMask",        L"DNS1",
                                            L"DNS2", L"MAC",       L"DHCPLeaseStatus"};
     constexpr IID id{0xe60eec85, 0xad99, 0x4c17, {0x9e, 0x77, 0xab, 0xa0, 0x3d, 0x28, 0xce, 0x17}};
-    Show("\r\nGetting DHCP Clients information from storage. Please wait ...\r\n\r\n");
+    Write("\r\nGetting DHCP Clients information from storage. Please wait ...\r\n\r\n");
     CLSID classId;
     IGatewayStore* store = nullptr;
     ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
@@ -115,32 +103,29 @@ void Export() {
         for (int field = 0; field < 7; ++field)
             block.append(fields[field]).append(field < 6 ? ", " : "\r\n");
         if (block.size() > 8000) {
-            Write(csv, block);
+            Write(block, csv);
             block.clear();
         }
-        if (verbose != "off")
-            ShowClient("Client found : ", "]\r\n");
     }
-    Write(csv, block);
+    Write(block, csv);
     ::CloseHandle(csv);
     ::VariantClear(&entries);
     store->Uninitialize();
     store->Release();
-    Show("\r\nDHCP information is now available. See output file " + file + "\r\n\r\n");
+    Write("\r\nDHCP information is now available. See output file " + file + "\r\n\r\n");
 }
 
 DWORD AddressOf(const std::string& text) {
     DWORD address = 0, octet = 0;
-    for (const char c : text + '.') {
-        address = c == '.' ? address << 8 | octet : address;
-        octet = c == '.' ? 0 : octet * 10 + static_cast<DWORD>(c - '0');
-    }
+    for (const char* c = text.data(); c < text.data() + text.size();
+         ++c, address = address << 8 | octet)
+        c = std::from_chars(c, text.data() + text.size(), octet).ptr;
     return address;
 }
 
 void Import() {
-    Show("\r\nSetting DHCP Clients information on DHCP Server from file " + file +
-         ". Please wait ...\r\n\r\n");
+    Write("\r\nSetting DHCP Clients information on DHCP Server from file " + file +
+          ". Please wait ...\r\n\r\n");
     const HANDLE csv = Open(GENERIC_READ, OPEN_EXISTING);
     DWORD bytes = ::GetFileSize(csv, nullptr);
     std::string content(bytes, '\0');
@@ -176,16 +161,14 @@ void Import() {
         const Element element{2, &reservation};
         if (fields[6] == "Reserved")
             ::DhcpAddSubnetElementV4(wideServer.c_str(), info.address & info.mask, &element);
-        if (verbose != "off")
-            ShowClient("Client to add in DHCP server : ", "] -> OK\r\n");
     }
-    Show("\r\nDHCP clients information should be available on DHCP server.\r\n\r\n");
+    Write("\r\nDHCP clients information should be available on DHCP server.\r\n\r\n");
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    for (int i = 1; i + 1 < argc; i += 2)
-        (argv[i][1] == 'i' ? server : argv[i][1] == 'v' ? verbose : file) = argv[i + 1];
+int main(int, char** argv) {
+    file = argv[2];
+    server = argv[4];
     argv[1][1] == 'c' ? Export() : Import();
 }
