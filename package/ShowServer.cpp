@@ -1,4 +1,4 @@
-// show_server FILE: what the stand-in DHCP server holds, for reading, in the console's code page.
+// show_server FILE: prints the state of the stand-in DHCP server in the console's code page.
 #include <windows.h>
 
 #include <boost/json.hpp>
