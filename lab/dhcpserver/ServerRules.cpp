@@ -110,13 +110,16 @@ DWORD ServerRules::AddReservation(DWORD scopeId, DWORD address, const Reservatio
     const DWORD* const held = m_state.AddressOfClient(UniqueId(scopeId, reservation.hardware));
     if ((holder && holder->hardware != reservation.hardware) || (held && *held != address))
         return kReservationExists;
-    m_state.PutReservation(scopeId, address, reservation);
-    if (!holder) {  // an existing record stays as it is
-        Client record;
-        record.hardware = reservation.hardware;
+    // Documents do not say whether an existing record keeps its lease.
+    static const DWORD endsLease = Setting(L"DHCPLAB_RESERVE_RECORD");
+    Client record = holder ? *holder : Client{};
+    record.hardware = reservation.hardware;
+    if (!holder)
         record.ownerName = kServerName;
-        m_state.PutClient(address, std::move(record));
-    }
+    if (endsLease)
+        record.expires = 0;
+    m_state.PutReservation(scopeId, address, reservation);
+    m_state.PutClient(address, std::move(record));
     return ERROR_SUCCESS;
 }
 
