@@ -49,13 +49,17 @@ void CModuleStatistics::Initialize(HMODULE module) {
     // Fails for a memory of this name that is smaller.
     auto* const view = static_cast<ModuleStatisticsBlock*>(
         ::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, sizeof(ModuleStatisticsBlock)));
-    // An abandoned mutex is fine: nobody but this process writes the header.
-    const DWORD wait = view ? ::WaitForSingleObject(mutex.get(), kMutexWaitMs) : WAIT_FAILED;
-    if (wait != WAIT_OBJECT_0 && wait != WAIT_ABANDONED)
+    if (!view)
         return;
-    if (FillHeader(*view, path.fileName))
-        block = view;
-    ::ReleaseMutex(mutex.get());
+    // An abandoned mutex is fine: nobody but this process writes the header.
+    const DWORD wait = ::WaitForSingleObject(mutex.get(), kMutexWaitMs);
+    if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {
+        if (FillHeader(*view, path.fileName))
+            block = view;
+        ::ReleaseMutex(mutex.get());
+    }
+    if (!block)
+        ::UnmapViewOfFile(view);
 }
 
 void CModuleStatistics::CountTraceLine(std::uint32_t level) {

@@ -29,10 +29,11 @@ void GetTemporaryFolder(TemporaryPath& path) {
 
 std::size_t WholeCharacters(const char* text, std::size_t maxBytes) {
     const char* end = text;
-    for (const char* next = end; *end; end = next) {
-        next = ::CharNextA(end);
+    while (*end) {
+        const char* const next = ::CharNextA(end);
         if (static_cast<std::size_t>(next - text) > maxBytes)
             break;
+        end = next;
     }
     return static_cast<std::size_t>(end - text);
 }

@@ -21,5 +21,7 @@ using RegKey = std::unique_ptr<HKEY, RegKeyClose>;
 inline Handle OpenFileHandle(const char* path, DWORD access, DWORD share, DWORD disposition,
                              DWORD flags = FILE_ATTRIBUTE_NORMAL) {
     const HANDLE file = ::CreateFileA(path, access, share, nullptr, disposition, flags, nullptr);
-    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+    if (file == INVALID_HANDLE_VALUE)
+        return nullptr;
+    return Handle(file);
 }
