@@ -132,6 +132,7 @@ void Import() {
     ::ReadFile(csv, content.data(), bytes, &bytes, nullptr);
     ::CloseHandle(csv);
     const std::wstring wideServer(server.begin(), server.end());
+    const DWORD owner = AddressOf(server);
     for (std::size_t begin = content.find("\r\n\r\n") + 4; begin < content.size();) {
         const std::size_t end = content.find("\r\n", begin);
         for (std::string& field : fields) {
@@ -144,23 +145,15 @@ void Import() {
         BYTE mac[6];
         for (std::size_t i = 0; i < 6; ++i)
             std::from_chars(&fields[5][3 * i], &fields[5][3 * i] + 2, mac[i], 16);
-        const BinaryData hardware{6, mac};
-        ClientInfo info{AddressOf(fields[1]),
-                        AddressOf(fields[2]),
-                        hardware,
-                        name,
-                        L"",
-                        0,
-                        AddressOf(server),
-                        {},
-                        3};
+        const DWORD address = AddressOf(fields[1]), mask = AddressOf(fields[2]);
+        ClientInfo info{address, mask, {6, mac}, name, L"", 0, owner, {}, 3};
         ::GetSystemTimeAsFileTime(reinterpret_cast<FILETIME*>(&info.expires));
         info.expires += 691200 * 10'000'000ULL;
         ::DhcpCreateClientInfoV4(wideServer.c_str(), &info);
-        const Reservation reservation{info.address, &info.hardware, 3};
+        const Reservation reservation{address, &info.hardware, 3};
         const Element element{2, &reservation};
         if (fields[6] == "Reserved")
-            ::DhcpAddSubnetElementV4(wideServer.c_str(), info.address & info.mask, &element);
+            ::DhcpAddSubnetElementV4(wideServer.c_str(), address & mask, &element);
     }
     Write("\r\nDHCP clients information should be available on DHCP server.\r\n\r\n");
 }
