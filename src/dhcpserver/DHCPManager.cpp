@@ -208,7 +208,7 @@ void CDHCPManager::DumpSubnetInfo(const DHCP_SUBNET_INFO& info) {
     DT_TRACE(kTraceDetail, "PrimaryHost.Hostname [%s]",
              info.PrimaryHost.HostName ? NarrowText(info.PrimaryHost.HostName).c_str() : nullptr);
     // Swapped on this line only: a server hands this one address over in network order, so the line
-    // reads correctly for what GetHostInfo received.
+    // reads correctly for what GetHostInfo received. (This is ntohl, without loading Winsock.)
     DT_TRACE(kTraceDetail, "PrimaryHost.IpAddress [%s]",
              CIPAddressString(::_byteswap_ulong(info.PrimaryHost.IpAddress)).Text());
     DT_TRACE(

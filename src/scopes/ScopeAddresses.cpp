@@ -16,10 +16,15 @@
 #include "win/RegistryText.h"
 #include "win/RuntimeLibrary.h"
 
+struct AdapterAddress {
+    std::string address;  // dotted texts
+    std::string mask;
+};
+
 /// A network adapter, from the system or from the gateway's registry.
 struct Adapter {
     std::string displayName;  // the description, or the adapter's name if there is none
-    std::vector<std::pair<std::string, std::string>> addresses;  // with their masks, dotted texts
+    std::vector<AdapterAddress> addresses;
 };
 
 namespace {
@@ -74,8 +79,8 @@ Adapter ToAdapter(const IP_ADAPTER_INFO& info) {
     if (adapter.displayName.empty())
         adapter.displayName = TextOf(info.AdapterName);
     for (const IP_ADDR_STRING* entry = &info.IpAddressList; entry; entry = entry->Next)
-        adapter.addresses.emplace_back(TextOf(entry->IpAddress.String),
-                                       TextOf(entry->IpMask.String));
+        adapter.addresses.push_back(
+            {TextOf(entry->IpAddress.String), TextOf(entry->IpMask.String)});
     return adapter;
 }
 
@@ -221,7 +226,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScope(const std::string& registry
         return E_FAIL;
     Adapter adapter;
     for (std::size_t i = 0; i < ipAddresses.size(); ++i)
-        adapter.addresses.emplace_back(ipAddresses[i], subnetMasks[i]);
+        adapter.addresses.push_back({ipAddresses[i], subnetMasks[i]});
     return GetAdapterInfoForScope(adapter, scopeId, address, mask);
 }
 
