@@ -6,7 +6,7 @@
 
 namespace lab {
 
-/// Answers hosts one after the other and holds what they get.
+/// Answers hosts one after the other and holds what they get. An address of 0 is none.
 class Leasing {
 public:
     /// `now` is a FILETIME: a record that expires later is a lease.
@@ -17,61 +17,60 @@ public:
     /// True if the server would lease the address to any host.
     bool IsFree(DWORD address) const {
         const auto* const scope = m_state.ScopeOf(address);
-        return scope && scope->second.state == 0 && IsLeasable(scope->second, address) &&
-               !scope->second.reservations.count(address) && !IsLeased(address, {});
+        return scope && IsLeasable(scope->second, address) && !IsLeased(address, {}) &&
+               !scope->second.reservations.count(address);
     }
 
-    /// The address that a host in this scope gets; none if no address is free. `named` is the one
-    /// that it asks for. Its record becomes that of a DHCP lease.
-    std::optional<DWORD> Ask(DWORD scopeId, const Identifier& hardware, std::optional<DWORD> named,
-                             const std::wstring& name) {
-        const Scope* const scope = m_state.FindScope(scopeId);
-        if (!scope || scope->state != 0)
-            return std::nullopt;
-        const DWORD* const reserved = m_state.ReservedAddress(scopeId, hardware);
-        const DWORD* const record = m_state.AddressOfClient(UniqueId(scopeId, hardware));
-        const bool hasLease = record && m_state.FindClient(*record)->expires != 0;
-        std::optional<DWORD> address;
+    /// The address that a host in the network of `home` gets if it asks for `named`. Its record
+    /// becomes that of a DHCP lease.
+    DWORD Ask(DWORD home, DWORD named, const Identifier& hardware, const std::wstring& name) {
+        const auto* const entry = m_state.ScopeOf(home);
+        if (!entry || entry->second.state != 0)
+            return 0;
+        const auto& [id, scope] = *entry;
+        const DWORD* const reserved = m_state.ReservedAddress(id, hardware);
+        const DWORD* const record = m_state.AddressOfClient(UniqueId(id, hardware));
+        const bool hadLease = record && m_state.FindClient(*record)->expires != 0;
+        DWORD address = 0;
         if (reserved && !IsLeased(*reserved, hardware))
             address = *reserved;
-        else if (hasLease && IsLeasable(*scope, *record) && !scope->reservations.count(*record))
+        else if (hadLease && IsLeasable(scope, *record) && !scope.reservations.count(*record))
             address = *record;
-        else if (named && IsInSubnet(scopeId, scope->mask, *named) && IsFree(*named))
+        else if (IsInSubnet(id, scope.mask, named) && IsFree(named))
             address = named;
         else
-            address = FirstFree(scopeId, *scope);
-        if (!address)
-            return std::nullopt;
-        if (record && *record != *address)
-            m_lowestFree.erase(scopeId);  // the host gives its address up
-        const auto time = scope->options.find(51);
-        const bool isSet = time != scope->options.end() && !time->second.empty();
-        const ULONGLONG seconds = isSet ? time->second.front().number : 691200;
+            address = FirstFree(id, scope);
+        if (address == 0)
+            return 0;
+        if (record && *record != address)
+            m_lowestFree.erase(id);  // the host gives its address up
+        const auto time = scope.options.find(51);
+        const DWORD seconds = time != scope.options.end() ? time->second.at(0).number : 691200;
         Client lease;
         lease.hardware = hardware;
         lease.name = name + L".example";  // a host gives its name with a domain
-        lease.expires = m_now + seconds * 10'000'000;
+        lease.expires = m_now + seconds * 10'000'000ULL;
         lease.type = api::kTypeDhcp;
-        m_state.PutClient(*address, std::move(lease));
+        m_state.PutClient(address, std::move(lease));
         return address;
     }
 
 private:
     static bool IsLeasable(const Scope& scope, DWORD address) {
         const auto after = scope.exclusions.upper_bound(address);
-        return scope.range && scope.range->Contains({address, address}) &&
+        return scope.state == 0 && scope.range && scope.range->Contains({address, address}) &&
                (after == scope.exclusions.begin() || std::prev(after)->second < address);
     }
     bool IsLeased(DWORD address, const Identifier& toOtherThan) const {
         const Client* const client = m_state.FindClient(address);
         return client && client->expires > m_now && client->hardware != toOtherThan;
     }
-    std::optional<DWORD> FirstFree(DWORD scopeId, const Scope& scope) {
-        const AddressRange range = scope.range.value_or(AddressRange{1, 0});
+    DWORD FirstFree(DWORD scopeId, const Scope& scope) {
+        const AddressRange range = scope.range.value_or(AddressRange{0, 0});
         DWORD& lowest = m_lowestFree.emplace(scopeId, range.first).first->second;
         while (lowest < range.last && !IsFree(lowest))
             ++lowest;
-        return IsFree(lowest) ? std::optional<DWORD>(lowest) : std::nullopt;
+        return IsFree(lowest) ? lowest : 0;
     }
 
     ServerState m_state;
