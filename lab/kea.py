@@ -59,7 +59,8 @@ def configuration(state, folder):
         "match-client-id": False, "host-reservation-identifiers": ["hw-address"],
         "lease-database": {"type": "memfile", "name": f"{folder}/leases.csv", "lfc-interval": 0},
         "multi-threading": {"enable-multi-threading": False}, "subnet4": subnets,
-        "loggers": [{"name": "kea-dhcp4", "output_options": [{"output": f"{folder}/kea.log"}]}]}}
+        "loggers": [{"name": "kea-dhcp4", "severity": "INFO",
+                     "output_options": [{"output": "stdout", "flush": True}]}]}}
 
 
 def leases(state):
@@ -113,13 +114,14 @@ def play(folder):
         shutil.copy(shutil.which(program, path="/usr/sbin:/sbin"), folder)
     settings = {"KEA_LOCKFILE_DIR": str(folder), "KEA_PIDFILE_DIR": str(folder)}
     log = folder / "kea.log"
-    kea = subprocess.Popen([folder / "kea-dhcp4", "-c", folder / "kea.json"], env=settings,
-                           stdout=subprocess.DEVNULL)
+    with open(log, "wb") as out:
+        kea = subprocess.Popen([folder / "kea-dhcp4", "-c", folder / "kea.json"], env=settings,
+                               stdout=out, stderr=out)
     try:
-        while not (log.exists() and "DHCP4_STARTED" in log.read_text()):
+        while "DHCP4_STARTED" not in log.read_text():
             if kea.poll() is not None:
                 raise RuntimeError(log.read_text())
-            time.sleep(0.05)
+            time.sleep(0.02)
         return [ask(folder, f"host{subnet_number(state, home)}", mac, named)
                 for home, mac, named in asks]
     finally:

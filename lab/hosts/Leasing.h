@@ -42,8 +42,6 @@ public:
             address = FirstFree(id, scope);
         if (address == 0)
             return 0;
-        if (record && *record != address)
-            m_lowestFree.erase(id);  // the host gives its address up
         const auto time = scope.options.find(51);
         const DWORD seconds = time != scope.options.end() ? time->second.at(0).number : 691200;
         Client lease;
@@ -75,7 +73,8 @@ private:
 
     ServerState m_state;
     ULONGLONG m_now;
-    std::map<DWORD, DWORD> m_lowestFree;  // by scope: no address below is free
+    std::map<DWORD, DWORD>
+        m_lowestFree;  // by scope; addresses that hosts give up are not looked at again
 };
 
 }  // namespace lab

@@ -64,7 +64,7 @@ Identifier ParseMac(const std::string& text) {
 }
 
 /// Takes from `macs` what it uses, and adds the DNS servers.
-std::vector<Host> ReadHosts(const std::wstring& path, std::map<std::string, std::string>& codes,
+std::vector<Host> ReadHosts(const std::wstring& path, std::map<std::string, unsigned long>& codes,
                             std::map<std::string, Identifier>& macs, std::set<DWORD>& servers) {
     std::vector<Host> hosts;
     for (Fields& fields : ReadCsv(path, 1)) {
@@ -79,8 +79,8 @@ std::vector<Host> ReadHosts(const std::wstring& path, std::map<std::string, std:
             host.hardware = "host " + std::to_string(hosts.size());
         if (std::count(fields[5].begin(), fields[5].end(), '-') != 5)
             host.fault = "its MAC is not six pairs with dashes";
-        if (const auto code = codes.find(fields[1]); code != codes.end())
-            host.fault = "refused with code " + code->second;
+        if (const auto code = codes.find("IP Address [" + fields[1] + "]"); code != codes.end())
+            host.fault = "refused with code " + std::to_string(code->second);
         const auto own = macs.find(macs.count(fields[1]) ? fields[1] : fields[0]);
         if (own != macs.end() && !own->second.empty()) {
             host.hardware = own->second;
@@ -93,7 +93,7 @@ std::vector<Host> ReadHosts(const std::wstring& path, std::map<std::string, std:
     return hosts;
 }
 
-/// What keeps the host from its address.
+/// Why the host does not get its address.
 std::string Reason(const Host& host, const Leasing& leasing) {
     const ServerState& state = leasing.State();
     const auto* const scope = state.ScopeOf(host.address);
@@ -153,16 +153,12 @@ void Run(const std::vector<std::wstring>& words) {
     ReadSnapshot(Read(files[0]), state);
     for (const std::wstring& had : options[L"--had"])
         ReadSnapshot(Read(had), before);
-    std::map<std::string, std::string> codes;
-    for (const std::wstring& path : options[L"--log"]) {
-        std::istringstream log(Read(path));
-        for (std::string line; std::getline(log, line);) {
-            const auto ip = line.find("IP Address ["), code = line.find("Failed with error [");
-            if (ip < code && code != line.npos)
-                codes[line.substr(ip + 12, line.find(']', ip) - ip - 12)] =
-                    line.substr(code + 19, line.find(']', code) - code - 19);
-        }
-    }
+    std::map<std::string, unsigned long> codes;
+    for (const std::wstring& path : options[L"--log"])
+        for (const Fields& fields : ReadCsv(path, 0))
+            if (fields.size() > 6 && boost::contains(fields.back(), "Failed with error ["))
+                codes[fields[fields.size() - 6]] =
+                    std::stoul(fields.back().substr(fields.back().rfind('[') + 1));
     std::map<std::string, Identifier> macs;
     for (const Fields& fields : files.size() == 3 ? ReadCsv(files[2], 0) : std::vector<Fields>())
         macs[fields[0]] = ParseMac(fields.back());
@@ -174,14 +170,12 @@ void Run(const std::vector<std::wstring>& words) {
     if (!macs.empty())
         throw std::runtime_error(ToUtf8(files[2]) +
                                  ": no other host, or no MAC: " + macs.begin()->first);
-    for (Host& host : hosts) {
-        if (options[L"--had"].empty())
-            break;
-        const auto* const scope = before.ScopeOf(host.address);
-        const DWORD* const leased =
-            scope ? before.AddressOfClient(UniqueId(scope->first, host.hardware)) : nullptr;
-        host.uses = leased ? *leased : 0;
-    }
+    for (Host& host : hosts)
+        if (const auto* const scope = before.ScopeOf(host.address)) {
+            const DWORD* const leased =
+                before.AddressOfClient(UniqueId(scope->first, host.hardware));
+            host.uses = leased ? *leased : 0;
+        }
     ULARGE_INTEGER now;
     ::GetSystemTimeAsFileTime(reinterpret_cast<FILETIME*>(&now));
     const Leasing untouched(state, now.QuadPart);
@@ -192,12 +186,12 @@ void Run(const std::vector<std::wstring>& words) {
             !ReplaceFile(files[0], SnapshotText(leasing.State())))
             throw std::runtime_error(ToUtf8(files[0]) + ": cannot be written");
     }
-    const auto isFree = [&](const Host& host) { return untouched.IsFree(host.uses); };
-    std::printf("%lld addresses in use are free for any other host.\n",
-                std::count_if(hosts.begin(), hosts.end(), isFree));
+    std::size_t count = 0;
+    std::string lines;
     for (const Host& host : hosts)
-        if (isFree(host))
-            std::printf("  %s, %s\n", host.name.c_str(), Dotted(host.uses).c_str());
+        if (untouched.IsFree(host.uses) && ++count)
+            lines += "  " + host.name + ", " + Dotted(host.uses) + "\n";
+    std::printf("%zu addresses in use are free for any other host.\n%s", count, lines.c_str());
 }
 
 }  // namespace
