@@ -25,7 +25,8 @@ ROOT = Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tests" / "scenarios"))
 from run import World, add_build_options, build_lock, windows_path
 
-PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
+PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md")),
+         ROOT / "tests" / "guide" / "check.md"]
 STEP = re.compile(r"<!-- lab:?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
 COMMAND = re.compile(r"^(C:\\move> |\$ )", re.M)
 MARK = "= = = = ="
