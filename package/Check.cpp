@@ -1,6 +1,5 @@
-// check FILE      lists each line of clients.csv or scopes.csv that the import skips or takes
-//                 wrongly, or that cmd and netsh spoil
-// check FILE LOG  compares the file with the log of its import (dhcpmigrate -l or -g with -o)
+// check FILE      lists the lines of clients.csv or scopes.csv that would be skipped or come out
+// wrong check FILE LOG  compares the file with the log of its import (dhcpmigrate -l or -g with -o)
 // The exit code is 0 after PASS, 1 after FAIL, 2 if nothing could be checked.
 #include <windows.h>
 
@@ -64,7 +63,8 @@ bool IsMac(const std::string& text) {
     return text.size() == 17;
 }
 
-void CheckName(const std::string& name, const Report& report) {
+void CheckTexts(const Texts& fields, const Report& report) {
+    const std::string& name = fields[0];
     bool special = name.rfind(';', 0) == 0;
     for (std::size_t at = 0; at < name.size(); ++at) {
         special = special || static_cast<BYTE>(name[at]) < ' ' ||
@@ -74,22 +74,22 @@ void CheckName(const std::string& name, const Report& report) {
     }
     if (special)
         report("cmd spoils names with & | < > ^ % \" or a leading ;");
-    if (name.empty())
-        report("no name");
+    if (std::count(fields.begin(), fields.end() - 2, "") > 0)
+        report("an empty field, which cmd's loops skip");
 }
 
 /// Reports a text that an earlier line of the file has as well, in whatever case.
 void CheckUnique(const char* what, std::string text, std::size_t line, const Report& report) {
     static std::map<std::string, std::size_t> lines;
     ::CharUpperA(text.data());
-    const auto [entry, isNew] = lines.emplace(what + text, line);
+    const auto [entry, isNew] = lines.emplace(text, line);
     if (!isNew)
         report("the same " + std::string(what) + " as in line " + std::to_string(entry->second));
 }
 
 void CheckClient(const Texts& fields, std::size_t line, const Report& report) {
     const std::uint32_t address = AddressOf(fields[1]), mask = AddressOf(fields[2]);
-    CheckName(fields[0], report);
+    CheckTexts(fields, report);
     if (address == kNoAddress || !IsMask(mask))
         report("not an address with a mask: " + fields[1] + ", " + fields[2]);
     if (!IsMac(fields[5]))
@@ -104,8 +104,8 @@ void CheckScope(const Texts& fields, std::size_t /*line*/, const Report& report)
     static std::vector<std::pair<std::uint32_t, std::uint32_t>> earlier;
     const std::uint32_t gateway = AddressOf(fields[1]), mask = AddressOf(fields[2]);
     const std::uint32_t scope = AddressOf(fields[3]);
-    CheckName(fields[0], report);
-    if (scope == kNoAddress || !IsMask(mask) || (scope & ~mask) != 0)
+    CheckTexts(fields, report);
+    if (!IsMask(mask) || (scope & ~mask) != 0)
         report("not a network with a mask: " + fields[3] + ", " + fields[2]);
     else if ((gateway & mask) != scope || gateway == scope || gateway == (scope | ~mask))
         report("not an address of a host in this network: " + fields[1]);

@@ -6,9 +6,10 @@
                      in a line. Blank lines do not count.
     ```windows       is not run: neither Wine nor the lab has these commands
     ```csv NAME      (or json, text) is written as NAME into the folder, in the ANSI code page
-    ```bat NAME      is there for the blocks of all pages
+    ```bat NAME      must be the file recipes/NAME, which the blocks of all pages find
     <!-- lab -->     the blocks behind it start anew: the sample gateway, an empty server, an empty
                      folder. Faults (docs/lab.md), parted by ";", may follow: <!-- lab: FAULTS -->
+    <!-- edit NAME: OLD = NEW; ... -->  what the text asks the reader to correct by hand in that file
 
 Other fences are an error, lest a command escape by a slip. `--show` prints what is answered.
 """
@@ -27,7 +28,7 @@ from run import World, add_build_options, build_lock, windows_path
 
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md")),
          ROOT / "tests" / "guide" / "check.md"]
-STEP = re.compile(r"<!-- lab:?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
+STEP = re.compile(r"<!-- (lab|edit \S+):?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
 COMMAND = re.compile(r"^(C:\\move> |\$ )", re.M)
 MARK = "= = = = ="
 
@@ -44,14 +45,19 @@ class Guide(World):
         for name in ("find.exe", "findstr.exe"):
             shutil.copy(options.build / "tests" / "guide" / "guide_find.exe",
                         self.folders["program"] / name)
-        for page in PAGES:
-            for _, fence, block in STEP.findall(page.read_text(encoding="utf-8")):
-                if fence.startswith("bat "):
-                    self.write(fence[4:], block)
+        for recipe in (ROOT / "recipes").glob("*.cmd"):
+            self.write(recipe.name, recipe.read_text(encoding="ascii"))
         (self.base / "faults").write_text(faults.replace(";", "\n"), encoding="utf-8")
 
     def write(self, name, text):
         (self.folders["work"] / name).write_bytes(text.replace("\n", "\r\n").encode("cp1252"))
+
+    def edit(self, name, changes):
+        path = self.folders["work"] / name
+        for change in changes.split(";"):
+            old, new = (text.strip().encode("cp1252") for text in change.split("="))
+            assert path.read_bytes().count(old) == 1, f"{name} does not have {old} once"
+            path.write_bytes(path.read_bytes().replace(old, new))
 
     def answers(self, prompt, commands):
         """Those of one shell, which keeps its variables until the prompt changes."""
@@ -104,16 +110,20 @@ class Guide(World):
 def run_page(page, options):
     problems, guide, run = [], None, 0
     for step in STEP.finditer(page.read_text(encoding="utf-8")):
-        faults, fence, block = step.groups()
-        if fence is None or guide is None:
-            guide = Guide((faults or "").strip(), options)
-        kind, _, name = (fence or "lab").partition(" ")
-        if kind == "console":
+        comment, details, fence, block = step.groups()
+        kind, _, name = (comment or fence).partition(" ")
+        if comment == "lab" or guide is None:
+            guide = Guide((details or "").strip(), options)
+        if kind == "edit":
+            guide.edit(name, details)
+        elif kind == "console":
             problems += guide.check(block, options.show)
             run += len(COMMAND.findall(block))
             problems += re.findall(r"^MISUSE.*", guide.log.read_text(encoding="utf-8"), re.M)
         elif name and kind in ("csv", "json", "text"):
             guide.write(name, block)
+        elif kind == "bat" and (ROOT / "recipes" / name).read_text(encoding="ascii") != block:
+            problems.append(f"not the file in recipes: {name}")
         elif kind not in ("lab", "windows", "xml", "bat"):
             problems.append(f"a fence that says nothing known: {fence!r}")
     print("\n".join([f"{'FAILED' if problems else 'ok    '} {run:3} commands in {page.name}",
