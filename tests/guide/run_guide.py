@@ -1,17 +1,16 @@
 #!/usr/bin/python3
 """Runs what the guide shows, on the lab, and compares the answers with those in the text.
 
-    ```console       `C:\\move> ` begins a command for cmd, `$ ` one for a Debian shell in the same
-                     folder; its answer follows. A line `...` stands for any lines, `…` for any text
-                     in a line. Blank lines do not count.
+    ```console       `C:\\move> ` begins a command for cmd; its answer follows. A line `...` stands
+                     for any lines, `…` for any text in a line. Blank lines do not count.
     ```windows       is not run: neither Wine nor the lab has these commands
     ```csv NAME      (or json, text) is written as NAME into the folder, in the ANSI code page
     ```bat NAME      must be the file recipes/NAME, which the blocks of all pages find
-    <!-- lab -->     the blocks behind it start anew: the sample gateway, an empty server, an empty
-                     folder. Faults (docs/lab.md), parted by ";", may follow: <!-- lab: FAULTS -->
+    <!-- lab -->     starts again with the sample gateway, an empty server and an empty folder.
+                     Faults (docs/lab.md), separated by ";", may follow: <!-- lab: FAULTS -->
     <!-- edit NAME: OLD = NEW; ... -->  what the text asks the reader to correct by hand in that file
 
-Other fences are an error, lest a command escape by a slip. `--show` prints what is answered.
+Any other fence is an error, so that no command is skipped by mistake. `--show` prints the answers.
 """
 
 import argparse
@@ -28,13 +27,13 @@ from run import World, add_build_options, build_lock, windows_path
 
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md")),
          ROOT / "tests" / "guide" / "check.md"]
-STEP = re.compile(r"<!-- (lab|edit \S+):?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
-COMMAND = re.compile(r"^(C:\\move> |\$ )", re.M)
+STEP = re.compile(r"<!-- (lab|edit [\w.-]+):?(.*?)-->|^```([^\n]*)\n(.*?)^```$", re.M | re.S)
+COMMAND = re.compile(r"^C:\\move> ", re.M)
 MARK = "= = = = ="
 
 
 class Guide(World):
-    """A world whose commands and files stand in a page; one for each `lab` comment."""
+    """The world of the commands and files of a page; one for each `lab` comment."""
 
     def __init__(self, faults, options):
         super().__init__("guide", options)
@@ -55,44 +54,33 @@ class Guide(World):
     def edit(self, name, changes):
         path = self.folders["work"] / name
         for change in changes.split(";"):
-            old, new = (text.strip().encode("cp1252") for text in change.split("="))
+            old, new = (text.strip().encode("cp1252") for text in change.split(" = "))
             assert path.read_bytes().count(old) == 1, f"{name} does not have {old} once"
             path.write_bytes(path.read_bytes().replace(old, new))
 
-    def answers(self, prompt, commands):
-        """Those of one shell, which keeps its variables until the prompt changes."""
-        for_cmd = prompt != "$ "
-        lines = [line for command in commands for line in (command, f"echo {MARK}")]
+    def answers(self, commands):
+        """The answers of one cmd, which keeps its variables for the whole block."""
         script = self.base / "commands"
-        script.write_text("\n".join(["@echo off"] * for_cmd + lines) + "\n", encoding="cp1252")
-        env = self.environment()
-        # A file: what is piped into Wine's cmd ends with the first program that it starts.
+        script.write_text("".join(f"{line}\n" for command in ("@echo off", *commands)
+                                  for line in (command, f"echo {MARK}")), encoding="cp1252")
+        # A file, because Wine's cmd stops reading a pipe after the first program that it starts.
         with open(script, "rb") as typed, open(self.base / "answers", "w+b") as out:
-            start = self.wine if for_cmd else subprocess.Popen
-            start(["cmd" if for_cmd else "bash"], stdin=typed, stdout=out,
-                  stderr=subprocess.STDOUT, env=env, cwd=self.folders["work"]).wait(timeout=60)
+            self.wine(["cmd"], stdin=typed, stdout=out, stderr=subprocess.STDOUT).wait(timeout=60)
             out.seek(0)
-            data = out.read()
-        # Before the first answer of cmd come its greeting and a prompt.
-        text = data.decode("cp1252" if for_cmd else "utf-8").replace("\r\n", "\n")
-        text = text.partition("work>")[2] if for_cmd else text
-        return text.split(MARK + "\n")[:len(commands)]
+            text = out.read().decode("cp1252").replace("\r\n", "\n")
+        return text.split(MARK + "\n")[1:len(commands) + 1]
 
     def check(self, block, show):
         """The differences, as texts; empty when each answer is the one in the block."""
-        parts = COMMAND.split(block)
-        steps = list(zip(parts[1::2], parts[2::2]))
-        problems = [] if steps and not parts[0].strip() else [f"begins with no command:\n{block}"]
-        while steps:
-            count = next((k for k, step in enumerate(steps) if step[0] != steps[0][0]), len(steps))
-            texts = [step[1].partition("\n")[::2] for step in steps[:count]]
-            answers = self.answers(steps[0][0], [command for command, _ in texts])
-            answers += ["(the shell has ended)"] * (count - len(answers))
-            for (command, expected), actual in zip(texts, answers):
-                if show:
-                    print(f"{steps[0][0]}{command}\n{actual.rstrip()}")
-                problems += self.difference(command, expected, actual)
-            del steps[:count]
+        intro, *steps = re.split(COMMAND, block)
+        problems = [f"begins with no command:\n{block}"] if intro.strip() or not steps else []
+        texts = [step.partition("\n")[::2] for step in steps]
+        answers = self.answers([command for command, _ in texts])
+        answers += ["(cmd has ended)"] * (len(texts) - len(answers))
+        for (command, expected), actual in zip(texts, answers):
+            if show:
+                print(f"C:\\move> {command}\n{actual.rstrip()}")
+            problems += self.difference(command, expected, actual)
         return problems
 
     @staticmethod
@@ -125,7 +113,7 @@ def run_page(page, options):
         elif kind == "bat" and (ROOT / "recipes" / name).read_text(encoding="ascii") != block:
             problems.append(f"not the file in recipes: {name}")
         elif kind not in ("lab", "windows", "xml", "bat"):
-            problems.append(f"a fence that says nothing known: {fence!r}")
+            problems.append(f"an unknown fence: {fence!r}")
     print("\n".join([f"{'FAILED' if problems else 'ok    '} {run:3} commands in {page.name}",
                      *problems]))
     return not problems
