@@ -1,18 +1,18 @@
 @echo off
-rem rehearse            look, rehearse and do with the sample gateway
-rem rehearse FOLDER     import FOLDER\scopes.csv and FOLDER\clients.csv
-rem rehearse undo       take back what an interrupted rehearsal left
+rem rehearse            plays the runbook with the sample gateway
+rem rehearse FOLDER     plays it with FOLDER\scopes.csv and FOLDER\clients.csv, as far as these go
+rem rehearse undo       removes what an interrupted rehearsal left
 rem README.txt says more.
 rem
-rem For Windows' cmd and Wine's: there && and || do not see every program's result, and find knows
-rem no switches. Paths stand outside of parentheses, which they may hold themselves.
+rem Written for Windows' cmd and for Wine's, where && and || do not see every program's result and
+rem find has no switches. No path is used inside parentheses, because it may contain one.
 setlocal
 set "lab=%~dp0lab"
 set "run=%~dp0dhcpmigrate-rehearsal"
 set "class={b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}"
-rem An address for documents: no network has it.
+rem An address for documentation: no network uses it.
 set "server=192.0.2.2"
-rem The lab's netsh goes before Windows' own, Windows' tools before anybody else's.
+rem The stand-in for netsh must come before Windows' own, Windows' tools before all others.
 set "PATH=%lab%;%SystemRoot%\System32;%PATH%"
 set "own=%~f1"
 set result=1
@@ -86,61 +86,114 @@ if errorlevel 1 goto noadmin
 reg import "%~dp0sample\interfaces.reg" >nul 2>nul
 
 echo.
-echo == Look: what the gateway holds
+echo == 1. Decide: what the gateway holds
 copy /y "%~dp0sample\Zephon.XML" . >nul
 call :do dhcpmigrate -s scopes.csv -v off
 if errorlevel 1 exit /b 1
 call :do type scopes.csv
 call :do dhcpmigrate -c clients.csv -v off
 if errorlevel 1 exit /b 1
-
+call :check
 echo.
-echo == Rehearse: everything as a batch file, run on a server of its own
-call :do dhcpmigrate -b plan.bat -i %server% -v off
-if errorlevel 1 exit /b 1
-set "DHCPLAB_SERVER_STATE=%run%\planned-server.json"
-echo.
-echo ^> plan.bat ^>plan.log 2^>^&1
-cmd /c .\plan.bat >plan.log 2>&1
-call :count "netsh" plan.bat
-set commands=%counted%
-call :count "completed successfully" plan.log
-echo %commands% commands, %counted% completed successfully; plan.log has the answers
-call :do show_server planned-server.json
+echo These four lines are corrected in sample\corrected.csv, which takes the place of clients.csv.
+copy /y "%~dp0sample\corrected.csv" clients.csv >nul
+call :move
 if errorlevel 1 exit /b 1
 
 echo.
-echo == Do: everything at once, from the untouched store onto an empty server
-copy /y "%~dp0sample\Zephon.XML" . >nul
-set "DHCPLAB_SERVER_STATE=%run%\server.json"
-call :do dhcpmigrate -a -i %server% -v off
+echo == 5. Roll back: what would run on the server
+for /f "skip=1 tokens=4 delims=," %%s in (scopes.csv) do echo netsh dhcp server %server% scope %%s set state 0
+
+echo.
+echo == Other MACs: the store is repaired, the reservations are netsh commands, on a second server
+set "DHCPLAB_SERVER_STATE=%run%\other-macs.json"
+copy /y Zephon.XML Zephon-before.XML >nul
+call :do dhcpmigrate -m -o mac.log
 if errorlevel 1 exit /b 1
-call :do show_server server.json
+call :do dhcpmigrate -c clients.csv -o clients-out.log
+if errorlevel 1 exit /b 1
+call :check
+call :do dhcpmigrate -g scopes.csv -i %server% -o scopes-in.log
+if errorlevel 1 exit /b 1
+call reserved %server% >reserve.bat
+call :batch reserve
+call dynamic >dynamic.csv
+call :do dhcpmigrate -l dynamic.csv -i %server% -o dynamic-in.log
+if errorlevel 1 exit /b 1
+call :do check dynamic.csv dynamic-in.log
+copy /y Zephon-before.XML Zephon.XML >nul
+
+echo.
+echo == Days after: the clean-up -z, on a third server, where hosts have leased with other MACs
+set "DHCPLAB_SERVER_STATE=%run%\days-after.json"
+copy /y "%~dp0sample\days-after.json" . >nul
+call :do dhcpmigrate -z 10.1.0.0 -i %server% -w fix.bat -v off
+if errorlevel 1 exit /b 1
+call :do find "add reservedip" fix.bat
+call :batch fix
+call :do show_server days-after.json
 exit /b
 
 :files
 copy /y "%own%\scopes.csv" . >nul
 copy /y "%own%\clients.csv" . >nul
-echo == Do: your scopes and clients onto an empty server
-call :do dhcpmigrate -g scopes.csv -i %server% -v off
+call :move
+exit /b
+
+rem Cuts over to an empty server, with scopes.csv and clients.csv as they are.
+:move
+echo.
+echo == 2. Days before: check the files
+call :check
+echo.
+echo == 3. Cut over: scopes, their DNS servers, clients
+call :do dhcpmigrate -g scopes.csv -i %server% -d 3600 -o scopes-in.log
 if errorlevel 1 exit /b 1
-call :do dhcpmigrate -l clients.csv -i %server% -v off
+call :do check scopes.csv scopes-in.log
+call :dns
+call :do dhcpmigrate -l clients.csv -i %server% -o clients-in.log
 if errorlevel 1 exit /b 1
+call :do check clients.csv clients-in.log
+echo.
+echo == 4. Verify: what the server holds
 call :do show_server server.json
 exit /b
 
-rem The programs end with 0; another code is that of Ctrl-C, a crash or a missing DLL, and the
-rem rehearsal goes on to its clean-up.
+:check
+call :do check scopes.csv
+call :do check clients.csv
+exit /b
+
+rem The same servers for all scopes; at a gateway, one command for each group of networks.
+:dns
+for /f "skip=1 tokens=4 delims=," %%s in (scopes.csv) do echo netsh dhcp server %server% scope %%s set optionvalue 6 IPADDRESS 192.0.2.53 192.0.2.54 >>dns.bat
+call :batch dns
+exit /b
+
+rem Lines of a batch file and answers of netsh.
+:batch
+echo.
+echo ^> %1.bat ^>%1.log 2^>^&1
+cmd /c .\%1.bat >%1.log 2>&1
+call :count "netsh" %1.bat
+set commands=%counted%
+call :count "completed successfully" %1.log
+echo %commands% commands, %counted% completed successfully; %1.log has the answers
+exit /b
+
+rem The program's exit code is 0, except after Ctrl-C, a crash or a missing DLL: the rehearsal then
+rem goes on to its clean-up. That of check is 1 after findings, which do not end a rehearsal.
 :do
 echo.
 echo ^> %*
 setlocal
-rem Their temporary files, too. Not for the whole script: Wine's pipes want a plain folder.
+rem For their temporary files. Not for the whole script, because Wine's pipes need a plain folder.
 set "TEMP=%run%"
 set "TMP=%run%"
 %*
 endlocal & set code=%errorlevel%
 if "%code%"=="0" exit /b 0
+if "%1 %code%"=="check 1" exit /b 0
 echo.
 echo %1 ended with code %code%.
 exit /b 1
@@ -150,8 +203,8 @@ set counted=0
 for /f "delims=" %%l in ('type %2 ^| find %1') do set /a counted+=1
 exit /b 0
 
-rem Only what is a rehearsal's own: the class that the program id names must be the stand-in's, the
-rem data folder a rehearsal's. So this may run at any time, also years after an interrupted run.
+rem Removes only what a rehearsal made: the class of the program id must be the stand-in's, the data
+rem folder that of a rehearsal. So this may run at any time, even years after an interrupted run.
 :undo
 reg query HKLM\SOFTWARE\Classes\Granite.ZakStorageDB\CLSID /ve 2>nul | find "%class%" >nul
 if not errorlevel 1 regsvr32 /s /u "%lab%\zakstorage.dll"
@@ -167,7 +220,7 @@ echo A rehearsal has left its storage component or registry key, and they cannot
 echo Start cmd as administrator, then: rehearse undo
 exit /b 1
 
-rem Behind a real one, the stand-ins would not be alone with the program.
+rem Refuses to run beside anything real that the program could find.
 :refuse
 reg query HKCR\Granite.ZakStorageDB >nul 2>nul
 if not errorlevel 1 goto component

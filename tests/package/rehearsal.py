@@ -21,31 +21,63 @@ ENVIRONMENT = {name: value for name, value in os.environ.items()
 ENVIRONMENT["WINEPREFIX"] = str(ROOT / "build" / "debug" / "wine-rehearsal")
 KEY = r"HKLM\SOFTWARE\Vantrel\Data"
 
+CUT_OVER = """\
+== 2. Days before: check the files
+> check scopes.csv
+PASS: 4 records, 0 findings
+> check clients.csv
+{0}
+== 3. Cut over: scopes, their DNS servers, clients
+> dhcpmigrate -g scopes.csv -i 192.0.2.2 -d 3600 -o scopes-in.log
+> check scopes.csv scopes-in.log
+PASS: 4 records, 0 findings, 4 tried, 0 more in the log
+> dns.bat >dns.log 2>&1
+4 commands, 4 completed successfully; dns.log has the answers
+> dhcpmigrate -l clients.csv -i 192.0.2.2 -o clients-in.log
+> check clients.csv clients-in.log
+{1}
+== 4. Verify: what the server holds
+> show_server server.json
+4 scopes
+"""
 SAMPLE = """\
-== Look: what the gateway holds
+== 1. Decide: what the gateway holds
 > dhcpmigrate -s scopes.csv -v off
 > type scopes.csv
 > dhcpmigrate -c clients.csv -v off
-== Rehearse: everything as a batch file, run on a server of its own
-> dhcpmigrate -b plan.bat -i 192.0.2.2 -v off
-> plan.bat >plan.log 2>&1
-36 commands, 35 completed successfully; plan.log has the answers
-> show_server planned-server.json
-4 scopes
-15 clients
-== Do: everything at once, from the untouched store onto an empty server
-> dhcpmigrate -a -i 192.0.2.2 -v off
-> show_server server.json
-4 scopes
+> check scopes.csv
+PASS: 4 records, 0 findings
+> check clients.csv
+FAIL: 40 records, 4 findings
+""" + CUT_OVER.format("PASS: 40 records, 0 findings",
+                      "PASS: 40 records, 0 findings, 40 tried, 0 more in the log") + """\
 40 clients
+== 5. Roll back: what would run on the server
+== Other MACs: the store is repaired, the reservations are netsh commands, on a second server
+> dhcpmigrate -m -o mac.log
+> dhcpmigrate -c clients.csv -o clients-out.log
+> check scopes.csv
+PASS: 4 records, 0 findings
+> check clients.csv
+FAIL: 40 records, 2 findings
+> dhcpmigrate -g scopes.csv -i 192.0.2.2 -o scopes-in.log
+> reserve.bat >reserve.log 2>&1
+16 commands, 16 completed successfully; reserve.log has the answers
+> dhcpmigrate -l dynamic.csv -i 192.0.2.2 -o dynamic-in.log
+> check dynamic.csv dynamic-in.log
+PASS: 24 records, 0 findings, 24 tried, 0 more in the log
+== Days after: the clean-up -z, on a third server, where hosts have leased with other MACs
+> dhcpmigrate -z 10.1.0.0 -i 192.0.2.2 -w fix.bat -v off
+> find "add reservedip" fix.bat
+> fix.bat >fix.log 2>&1
+6 commands, 6 completed successfully; fix.log has the answers
+> show_server days-after.json
+1 scopes
+2 clients
 The machine is as it was before: component and registry key are gone.
 """
-OWN_FILES = """\
-== Do: your scopes and clients onto an empty server
-> dhcpmigrate -g scopes.csv -i 192.0.2.2 -v off
-> dhcpmigrate -l clients.csv -i 192.0.2.2 -v off
-> show_server server.json
-4 scopes
+OWN_FILES = CUT_OVER.format("FAIL: 40 records, 4 findings",
+                            "FAIL: 40 records, 1 findings, 40 tried, 0 more in the log") + """\
 39 clients
 """
 COMMANDS = {
@@ -87,7 +119,7 @@ def rehearse(argument=""):
 
 
 def outline(text):
-    found = re.findall(r"^(?:== |> |\d+ \w|The machine).*\n", text, flags=re.M)
+    found = re.findall(r"^(?:== |> |\d+ \w|PASS|FAIL|The machine).*\n", text, flags=re.M)
     return "".join(found)
 
 
@@ -122,8 +154,8 @@ def interrupt():
                           stderr=subprocess.DEVNULL)
     with subprocess.Popen(words, **options) as process:
         deadline = time.monotonic() + 60
-        while not (FOLDER / "dhcpmigrate-rehearsal" / "plan.log").exists():
-            assert time.monotonic() < deadline, "the rehearsal does not get to its batch file"
+        while not (FOLDER / "dhcpmigrate-rehearsal" / "mac.log").exists():
+            assert time.monotonic() < deadline, "the rehearsal does not reach its second server"
             time.sleep(0.05)
         process.kill()
 
