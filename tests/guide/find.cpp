@@ -1,5 +1,5 @@
 // find.exe and, under that name, findstr.exe, as far as the guide uses them: Wine's find has no
-// switches, and its findstr ignores most of them. An unknown switch fails.
+// switches, and its findstr finds nothing. An unknown switch fails.
 
 #include <windows.h>
 
