@@ -105,7 +105,7 @@ echo == 5. Roll back: what would run on the server
 for /f "skip=1 tokens=4 delims=," %%s in (scopes.csv) do echo netsh dhcp server %server% scope %%s set state 0
 
 echo.
-echo == Other MACs: the store is repaired, the reservations are netsh commands, on a second server
+echo == Other MACs, on a second server: the store is repaired, the reservations are netsh commands
 set "DHCPLAB_SERVER_STATE=%run%\other-macs.json"
 copy /y Zephon.XML Zephon-before.XML >nul
 call :do dhcpmigrate -m -o mac.log
@@ -122,21 +122,30 @@ call :do dhcpmigrate -l dynamic.csv -i %server% -o dynamic-in.log
 if errorlevel 1 exit /b 1
 call :do check dynamic.csv dynamic-in.log
 copy /y Zephon-before.XML Zephon.XML >nul
+echo.
+echo The hosts lease with their own MACs, those of sample\own-macs.csv.
+copy /y "%~dp0sample\own-macs.csv" . >nul
+show_hosts --lease other-macs.json clients.csv own-macs.csv >cut-over-hosts.log
+call :do find "of 40" cut-over-hosts.log
+copy /y other-macs.json leased.json >nul
 
 echo.
-echo == Days after: the clean-up -z, on a third server, where hosts have leased with other MACs
-set "DHCPLAB_SERVER_STATE=%run%\days-after.json"
-copy /y "%~dp0sample\days-after.json" . >nul
-call :do dhcpmigrate -z 10.1.0.0 -i %server% -w fix.bat -v off
+echo == 6. Days after: the clean-up -z as files, without the quotation marks that Front Desk 2 needs
+for /f "skip=1 tokens=4 delims=," %%s in (scopes.csv) do call :cleanup %%s
+show_hosts --had leased.json other-macs.json clients.csv own-macs.csv >days-after-hosts.log
+call :do find "of 40" days-after-hosts.log
+exit /b
+
+:cleanup
+call :do dhcpmigrate -z %1 -i %server% -w fix-%1.bat -o clean-up-%1.log
 if errorlevel 1 exit /b 1
-call :do find "add reservedip" fix.bat
-call :batch fix
-call :do show_server days-after.json
+call :batch fix-%1
 exit /b
 
 :files
 copy /y "%own%\scopes.csv" . >nul
 copy /y "%own%\clients.csv" . >nul
+if exist "%own%\hosts.csv" copy /y "%own%\hosts.csv" . >nul
 call :move
 exit /b
 
@@ -157,6 +166,10 @@ call :do check clients.csv clients-in.log
 echo.
 echo == 4. Verify: what the server holds
 call :do show_server server.json
+if errorlevel 1 exit /b 1
+set hosts=
+if exist hosts.csv set hosts=hosts.csv
+call :do show_hosts --log clients-in.log --scopes scopes.csv server.json clients.csv %hosts%
 exit /b
 
 :check

@@ -52,8 +52,11 @@ FAIL: 40 records, 4 findings
 """ + CUT_OVER.format("PASS: 40 records, 0 findings",
                       "PASS: 40 records, 0 findings, 40 tried, 0 more in the log") + """\
 40 clients
+> show_hosts --log clients-in.log --scopes scopes.csv server.json clients.csv
+40 of 40
+40 of 40
 == 5. Roll back: what would run on the server
-== Other MACs: the store is repaired, the reservations are netsh commands, on a second server
+== Other MACs, on a second server: the store is repaired, the reservations are netsh commands
 > dhcpmigrate -m -o mac.log
 > dhcpmigrate -c clients.csv -o clients-out.log
 > check scopes.csv
@@ -66,19 +69,33 @@ FAIL: 40 records, 2 findings
 > dhcpmigrate -l dynamic.csv -i 192.0.2.2 -o dynamic-in.log
 > check dynamic.csv dynamic-in.log
 PASS: 24 records, 0 findings, 24 tried, 0 more in the log
-== Days after: the clean-up -z, on a third server, where hosts have leased with other MACs
-> dhcpmigrate -z 10.1.0.0 -i 192.0.2.2 -w fix.bat -v off
-> find "add reservedip" fix.bat
-> fix.bat >fix.log 2>&1
-6 commands, 6 completed successfully; fix.log has the answers
-> show_server days-after.json
-1 scopes
-2 clients
+> find "of 40" cut-over-hosts.log
+0 of 40
+0 of 40
+== 6. Days after: the clean-up -z as files, without the quotation marks that Front Desk 2 needs
+> dhcpmigrate -z 10.1.0.0 -i 192.0.2.2 -w fix-10.1.0.0.bat -o clean-up-10.1.0.0.log
+> fix-10.1.0.0.bat >fix-10.1.0.0.log 2>&1
+48 commands, 47 completed successfully; fix-10.1.0.0.log has the answers
+> dhcpmigrate -z 10.2.0.0 -i 192.0.2.2 -w fix-10.2.0.0.bat -o clean-up-10.2.0.0.log
+> fix-10.2.0.0.bat >fix-10.2.0.0.log 2>&1
+42 commands, 42 completed successfully; fix-10.2.0.0.log has the answers
+> dhcpmigrate -z 192.168.20.0 -i 192.0.2.2 -w fix-192.168.20.0.bat -o clean-up-192.168.20.0.log
+> fix-192.168.20.0.bat >fix-192.168.20.0.log 2>&1
+18 commands, 18 completed successfully; fix-192.168.20.0.log has the answers
+> dhcpmigrate -z 172.16.8.0 -i 192.0.2.2 -w fix-172.16.8.0.bat -o clean-up-172.16.8.0.log
+> fix-172.16.8.0.bat >fix-172.16.8.0.log 2>&1
+12 commands, 12 completed successfully; fix-172.16.8.0.log has the answers
+> find "of 40" days-after-hosts.log
+39 of 40
+39 of 40
 The machine is as it was before: component and registry key are gone.
 """
 OWN_FILES = CUT_OVER.format("FAIL: 40 records, 4 findings",
                             "FAIL: 40 records, 1 findings, 40 tried, 0 more in the log") + """\
 39 clients
+> show_hosts --log clients-in.log --scopes scopes.csv server.json clients.csv
+39 of 40
+38 of 40
 """
 COMMANDS = {
     "dhcpmigrate.exe": ["-l", r"sample\clients.csv", "-i", "192.0.2.2"],
@@ -119,8 +136,9 @@ def rehearse(argument=""):
 
 
 def outline(text):
-    found = re.findall(r"^(?:== |> |\d+ \w|PASS|FAIL|The machine).*\n", text, flags=re.M)
-    return "".join(found)
+    lines = r"^(?:== |> |\d+ [sc]|PASS|FAIL|The machine|\w+ ended).*|\d+ of 40"
+    found = re.findall(lines, text, flags=re.M)
+    return "".join(line.rstrip() + "\n" for line in found)
 
 
 def check_alone():
