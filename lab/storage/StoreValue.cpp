@@ -26,7 +26,8 @@ constexpr struct {
     {L"nullbstr", VT_BSTR, Content::kNone},  {L"unknown", VT_UNKNOWN, Content::kNone},
     {L"empty", VT_EMPTY, Content::kNone},    {L"null", VT_NULL, Content::kNone},
 };
-constexpr const wchar_t* kForms[] = {L"", L"odd", L"twice", L"bstr-array", L"i4", L"null-array"};
+constexpr const wchar_t* kForms[] = {L"",   L"odd",        L"twice", L"bstr-array",
+                                     L"i4", L"null-array", L"locked"};
 
 const LCID kUnitedStates = MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT);
 
@@ -113,6 +114,8 @@ HRESULT ListForm::Make(const std::vector<const TypedText*>& elements, OwnedVaria
         const HRESULT hr = array ? Fill(array.get(), elementType, listed) : E_OUTOFMEMORY;
         if (FAILED(hr))
             return hr;
+        if (result == L"locked")
+            array->cLocks = 0xFFFF;  // as many as there can be
     }
     out.vt = static_cast<VARTYPE>(VT_ARRAY | elementType);
     out.parray = array.release();
