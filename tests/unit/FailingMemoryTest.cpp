@@ -58,6 +58,7 @@ void FailEachAllocation(const Work& work, const Left& left, const Check& check) 
     runFailing(0);  // what is made once and kept
     runFailing(0);
     const std::string whole = left();
+    EXPECT_NE(whole, "") << "nothing was done";
     for (long n = 1; runFailing(n); ++n)
         check(n, whole, left());
 }

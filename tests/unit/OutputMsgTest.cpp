@@ -87,4 +87,12 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
     EXPECT_EQ(console.Messages(), Texts());
 }
 
+TEST(Format, HoldsTheWholeTextWhateverItsLengthAndArguments) {
+    for (const std::size_t length : {0u, 511u, 512u, 2000u}) {
+        const std::string text(length, 'a');
+        EXPECT_EQ(Format("%s", text.c_str()), text);
+    }
+    EXPECT_EQ(Format("Name [%s]", "100%n %s"), "Name [100%n %s]");
+}
+
 }  // namespace
