@@ -27,13 +27,12 @@ bool WriteCsvFile(const std::string& fileName, const char* header,
 
 void ForEachCsvEntry(const std::string& fileName,
                      const std::function<void(const std::string& line)>& entry) {
-    // Not in text mode: the C library would take a stray 0x1A for the end of the file and lose
-    // every record behind it.
+    // Not in text mode: the C library would end the file at a stray byte 0x1A and drop the rest.
     const Handle file =
         OpenFileHandle(fileName.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                        OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
     std::string line;
-    bool tooLong = false;  // for the memory there is
+    bool tooLong = false;  // to fit into memory
     unsigned long linesRead = 0;
     const auto endLine = [&] {
         if (!line.empty() && line.back() == '\r')

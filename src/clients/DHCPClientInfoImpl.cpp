@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kTraceFile[] = "DHCPClientInfoImpl";
 
-// Arguments of the formats: the seven fields in the order of kClientFields.
+// Each format takes the seven fields in the order of kClientFields.
 constexpr char kCsvHeader[] =
     "Client Name, IP Address, NetMask, DNS1, DNS2, MAC Address, Lease Status\n\n";
 constexpr char kCsvLine[] = "%s, %s, %s, %s, %s, %s, %s\n";
@@ -50,7 +50,6 @@ std::string FieldText(const CComVariant& value) {
     return value.vt == VT_UI4 ? AddressText(value.ulVal) : value.Narrow();
 }
 
-// The arguments of a format that takes all fields.
 #define ALL_FIELDS(fields)                                                        \
     (fields)[kName].c_str(), (fields)[kAddress].c_str(), (fields)[kMask].c_str(), \
         (fields)[kDns1].c_str(), (fields)[kDns2].c_str(), (fields)[kMac].c_str(), \
@@ -134,15 +133,13 @@ HRESULT CDHCPClientInfoImpl::SetDHCPClientInfo(const std::string& line) {
     DT_TRACE(kTraceDetail, "Setting DHCP Client info on DHCP server for entry [%s]", line.c_str());
     ClientFields fields = SplitCsvFields(line);
     if (fields.size() != kFieldCount) {
-        // Also for a line with too many fields. Kept for compatibility: log searches match the
-        // words.
+        // Kept for compatibility, also for too many fields: log searches match this text.
         DT_TRACE(kTraceError, "Invalid DHCP client entry. Missing some fields for entry [%s]",
                  line.c_str());
         return E_FAIL;
     }
     std::for_each(fields.begin(), fields.end(), TrimCsvField);
-    // Made before the work, so that a client whose result can't be told is not added. A quiet run
-    // tells failures only.
+    // Build the message first: if that throws, no client is added. A quiet run shows failures only.
     std::string record = IsDetailWanted(m_output) ? ToAdd(fields) : std::string();
     const DWORD error = AddClientToServer(fields);
     if (error != ERROR_SUCCESS && record.empty())

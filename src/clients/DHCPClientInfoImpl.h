@@ -11,33 +11,32 @@
 
 class CNetshCommands;
 
-/// The gateway's clients: from the store to a CSV file, and from there onto the DHCP server.
-/// A client that fails is reported and left out; the others are still processed.
+/// Exports the gateway's clients from the store to a CSV file, and imports such a file into the
+/// DHCP server. A client that fails is reported and skipped; the others are still processed.
 class CDHCPClientInfoImpl : public CStorageAccess {
 public:
-    /// For the export. With a writer, which may be null, reserved clients also become commands.
+    /// For the export. netshCommands may be null; if not, reserved clients are also written there.
     CDHCPClientInfoImpl(const Output& output,
                         const boost::shared_ptr<CNetshCommands>& netshCommands);
-    /// For the import, which doesn't open the store.
+    /// For the import, which does not open the store.
     CDHCPClientInfoImpl(const Output& output, const std::string& dhcpServer,
                         std::uint32_t leaseSeconds);
     virtual ~CDHCPClientInfoImpl() = default;
 
-    /// Writes the whole CSV file. Without a store no file is made; a file that can't be made is
-    /// passed over in silence, one that can't be completed is traced.
+    /// Writes the CSV file. Creates no file if the store can't be opened. Silently ignores a file
+    /// that can't be created; traces a failed write.
     void GetDHCPInfo(const std::string& fileName);
-    /// The CSV line of one client; the store must be open. After a failure, or when the entry has
-    /// no list of values, which counts as a success, the line is untouched.
+    /// Builds the CSV line of one client; the store must be open. Leaves line unchanged on failure,
+    /// and also when it returns S_OK for an entry without a list of values.
     HRESULT GetDHCPClientInfo(BSTR clientGuid, std::string& line);
 
     /// Creates every client of the CSV file on the server.
     void SetDHCPInfo(const std::string& fileName);
-    /// Creates the client of one CSV line. A malformed line is traced and not shown to the user;
-    /// the server's error is shown. E_FAIL for both.
+    /// Creates the client of one CSV line. Returns E_FAIL for a malformed line, which is only
+    /// traced, and for a server error, which is also shown to the user.
     HRESULT SetDHCPClientInfo(const std::string& line);
-    /// The server's part, for the seven fields of a line: client record, then the reservation of a
-    /// reserved client. The first error of the server, 0 when done; the record stays when only the
-    /// reservation fails.
+    /// Creates the client record, then the reservation of a reserved client. fields: all seven.
+    /// Returns the server's first error, else 0. The record stays if only the reservation fails.
     DWORD AddClientToServer(const std::vector<std::string>& fields) const;
 
 private:

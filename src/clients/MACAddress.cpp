@@ -24,13 +24,12 @@ bool IsEndOrSpace(char c) {
     return c == '\0' || std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-/// The runtime keeps one sequence per thread, and every thread's starts with the same numbers.
+/// Seeds std::rand. Each thread has its own sequence, which otherwise starts with the same numbers.
 void SeedThreadOnce() {
     static std::mutex guard;
     static std::set<DWORD> seededThreads;
     const DWORD thread = ::GetCurrentThreadId();
     const std::lock_guard<std::mutex> lock(guard);
-    // GetTickCount64 is on every system that this 64-bit program starts on.
     if (seededThreads.insert(thread).second)
         std::srand(static_cast<unsigned>(thread + ::GetTickCount64()));
 }
@@ -85,8 +84,7 @@ void CMACAddress::GenerateRandom(std::uint8_t b0, std::uint8_t b1, std::uint8_t 
     const std::uint32_t r1 = Draw();
     const std::uint32_t r2 = Draw();
     const std::uint32_t r3 = Draw();
-    // The second draw has more than eight bits, so its upper ones fall on the first's byte. Kept:
-    // all that counts is that the tails differ.
+    // Kept: the upper bits of r2 overlap the byte of r1, but the tails only have to differ.
     const std::uint32_t tail = r1 << 16 | r2 << 8 | (r3 & 0xFF);
     SetPrefix(b0, b1, b2);
     m_bytes[3] = static_cast<std::uint8_t>(tail >> 16);

@@ -4,19 +4,19 @@
 #include <cstdint>
 #include <string>
 
-/// A MAC address: six bytes, the first one on the wire first; all zero to begin with.
+/// A MAC address: six bytes in transmission order, initially all zero.
 class CMACAddress {
 public:
-    /// Six two-digit lower-case hexadecimal groups joined by "-".
+    /// Returns six pairs of lower-case hexadecimal digits joined by "-".
     std::string ToString() const;
-    /// Reads groups of one or two hexadecimal digits and stops at the first that is none. A group
-    /// counts only with the "-" behind it; the sixth with the end or white space when it has one
-    /// digit, with anything when it has two. Bytes that are not reached keep their value.
+    /// Reads six groups of one or two hexadecimal digits; stops at the first malformed one. Each of
+    /// the first five must end with "-". A sixth of one digit must end with white space or the end
+    /// of the text; one of two digits may end with anything. Bytes not reached keep their value.
     void FromString(const std::string& text);
-    /// Whether the address lies in the gateway's vendor block, 00-04-70.
+    /// True if the address is in the gateway's vendor block, 00-04-70.
     bool IsPrefixValid() const;
     void SetPrefix(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2);
-    /// The given prefix with a random tail; the thread's sequence is seeded before its first draw.
+    /// Sets this prefix and a random tail.
     void GenerateRandom(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2);
 
     bool operator<(const CMACAddress& other) const { return m_bytes < other.m_bytes; }

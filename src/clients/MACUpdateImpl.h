@@ -6,22 +6,21 @@
 #include "driver/output/OutputMsg.h"
 #include "store/StorageAccess.h"
 
-/// Moves the MAC of every client in the store into the gateway's vendor block.
-///
-/// Addresses that are in the block already stay as they are stored and are not compared with the
-/// rewritten ones. Failures of one client are traced; the others are still processed.
+/// Gives every client in the store a MAC in the gateway's vendor block. A stored MAC that is
+/// already in the block stays, and a new MAC may equal it. A client that fails is traced; the
+/// others are still processed.
 class CMACUpdateImpl : public CStorageAccess {
 public:
     explicit CMACUpdateImpl(const Output& output);
     virtual ~CMACUpdateImpl() = default;
 
-    /// The whole run. A store that can't be opened is traced and ends it.
+    /// Processes every client. If the store can't be opened, only traces that.
     void DoMACUpdate();
-    /// Checks one client and rewrites its MAC when needed; the store must be open. The user is told
-    /// before the write, and an address whose write failed counts as given out.
+    /// Checks one client and rewrites its MAC if needed; the store must be open. Shows the new MAC
+    /// before writing it. A MAC whose write fails still counts as used.
     HRESULT UpdateMACForClient(BSTR clientID);
-    /// Replaces the tail at random until the run has not given out the address yet, and records it;
-    /// true when it could stay as it was.
+    /// Draws random tails until this run has not used the MAC yet, then marks the MAC as used.
+    /// Returns true if the original MAC was free.
     bool MakeUnique(CMACAddress& mac);
 
 private:
