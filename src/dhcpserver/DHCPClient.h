@@ -7,7 +7,7 @@
 
 #include "dhcpserver/DhcpApi.h"
 
-/// A hardware address as the server knows it: for a MAC its six bytes, but any number is possible.
+/// A hardware address as the server stores it: six bytes for a MAC, but any length is possible.
 using HardwareAddress = std::vector<BYTE>;
 
 /// One client as read from the server. Addresses are in host order.
@@ -21,10 +21,10 @@ public:
     void SetName(const std::string& name) { m_name = name; }
     const std::string& GetComment() const { return m_comment; }
     void SetComment(const std::string& comment) { m_comment = comment; }
-    /// CLIENT_TYPE_... of the API; 100 for records made through the API or by a reservation.
+    /// A CLIENT_TYPE_ constant; CLIENT_TYPE_NONE for records created by the API or a reservation.
     std::uint8_t GetClientType() const { return m_clientType; }
     void SetClientType(std::uint8_t type) { m_clientType = type; }
-    /// Halves of a FILETIME value, UTC, as the server gave them; 0/0 is no lease.
+    /// A FILETIME value in UTC, as the server returned it; 0 means no lease.
     const DATE_TIME& GetLeaseExpiry() const { return m_leaseExpiry; }
     void SetLeaseExpiry(const DATE_TIME& expiry) { m_leaseExpiry = expiry; }
     const HardwareAddress& GetHardwareAddress() const { return m_hardwareAddress; }

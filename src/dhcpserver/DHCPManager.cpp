@@ -18,7 +18,7 @@ constexpr char kTraceFile[] = "DHCPManager";
 
 constexpr ULONGLONG kFileTimeUnitsPerSecond = 10'000'000;
 
-/// Gives the server up after so many rounds in a row that left the resume handle where it was.
+/// An enumeration ends after this many consecutive calls that do not advance the resume handle.
 constexpr int kMaxIdleRounds = 16;
 
 struct SubnetInfoFree {
@@ -32,7 +32,7 @@ struct ClientArrayFree {
     }
 };
 
-/// A reserved-address element with the records it points to; borrows the hardware address.
+/// A reservation element and the records it points to. Borrows the hardware address.
 struct ReservedIpElement {
     ReservedIpElement(const HardwareAddress& hardwareAddress, std::uint32_t address)
         : client{static_cast<DWORD>(hardwareAddress.size()),
@@ -102,7 +102,7 @@ DWORD CDHCPManager::CreateSubnet(const std::string& scopeName, const std::string
     std::uint32_t ipAddress = 0;
     const std::uint32_t errorLines = DiagTools::CModuleStatistics::ErrorLines();
     LOG_IF_FAILED(GetHostInfo(hostName, netBiosName, ipAddress));
-    // This fails on almost every server, so its lines must not turn a clean import into a warning.
+    // GetHostInfo fails on almost every server. Its error lines must not make the event a warning.
     DiagTools::CModuleStatistics::SetErrorLines(errorLines);
 
     std::wstring wideName = WideText(scopeName);
@@ -204,11 +204,11 @@ HRESULT CDHCPManager::GetHostInfo(std::string& hostName, std::string& netBiosNam
 }
 
 void CDHCPManager::DumpSubnetInfo(const DHCP_SUBNET_INFO& info) {
-    // An absent text goes to the formatter as a null one.
+    // The formatter prints a null pointer as "(null)".
     DT_TRACE(kTraceDetail, "PrimaryHost.Hostname [%s]",
              info.PrimaryHost.HostName ? NarrowText(info.PrimaryHost.HostName).c_str() : nullptr);
-    // Swapped on this line only: a server hands this one address over in network order, so the line
-    // reads correctly for what GetHostInfo received. (This is ntohl, without loading Winsock.)
+    // Swapped as by ntohl (without loading Winsock): a server returns only this address in network
+    // order.
     DT_TRACE(kTraceDetail, "PrimaryHost.IpAddress [%s]",
              CIPAddressString(::_byteswap_ulong(info.PrimaryHost.IpAddress)).Text());
     DT_TRACE(
@@ -287,7 +287,7 @@ DWORD CDHCPManager::CreateReservation(const std::string& name, const std::string
     ConvertMAC(mac, hardwareAddress);
     const DWORD error = AddReservationElement(hardwareAddress, AddressNumber(address),
                                               GetNetworkAddress(address, mask));
-    // "Unable to reserved" is kept as released: log searches match these words.
+    // Kept for compatibility: log searches match "Unable to reserved".
     if (error != ERROR_SUCCESS)
         DT_TRACE(kTraceError,
                  "Unable to reserved client name [%s], Address [%s], Mask [%s], MAC [%s] due to "
@@ -351,7 +351,7 @@ void CDHCPManager::ConvertMAC(const std::string& mac, HardwareAddress& bytes) {
     const char* const textEnd = mac.c_str() + mac.size();
     for (const char* token = mac.c_str();;) {
         const char* const end = std::find(token, textEnd, '-');
-        // What was read beyond a token without digits is the next one, with the separator as sign.
+        // For an empty token strtol reads the next one, with the "-" as its sign: use 0 instead.
         char* stop = nullptr;
         const long number = std::strtol(token, &stop, 16);
         bytes.push_back(static_cast<BYTE>(stop > end ? 0 : number & 0xFF));

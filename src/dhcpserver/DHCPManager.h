@@ -5,8 +5,7 @@
 
 #include "dhcpserver/DHCPClient.h"
 
-/// A client record as the API takes it, owning all that it points to. Throws if a text can't be
-/// converted.
+/// Owner of an API client record and all it points to. Throws if a text can't be converted.
 class CClientRecord {
 public:
     CClientRecord(const std::string& name, const HardwareAddress& hardwareAddress,
@@ -25,29 +24,26 @@ private:
     DHCP_CLIENT_INFO_V4 m_info = {};
 };
 
-/// The DHCP server at one address, through its management API. Made for one piece of work.
-///
-/// Addresses: dotted text or host-order numbers; text that is no address becomes 255.255.255.255
-/// and the server judges it. Results: the API's Win32 code, 0 when done. A failure is traced here,
-/// once; nothing throws because a call failed.
+/// Calls the management API of the DHCP server at one address. Addresses are dotted text or numbers
+/// in host order; a text that is not an address becomes 255.255.255.255, which the server judges.
+/// Functions return the API's Win32 code, 0 on success. A failed call is traced here, once, and
+/// does not throw.
 class CDHCPManager {
 public:
-    /// serverAddress: dotted address or host name, as the administrator gave it. Throws if it can't
-    /// be converted for the API.
+    /// serverAddress: dotted address or host name. Throws if it can't be converted to UTF-16.
     explicit CDHCPManager(const std::string& serverAddress);
     virtual ~CDHCPManager() = default;
 
-    /// Adds the enabled subnet. A failed GetHostInfo is no obstacle: the primary host stays empty.
+    /// Creates an enabled subnet. If GetHostInfo fails, the primary host stays empty.
     DWORD CreateSubnet(const std::string& scopeName, const std::string& networkId,
                        const std::string& mask, const std::string& comment) const;
-    /// The range covers every host address of the scope.
+    /// Adds a range of all host addresses of the scope.
     DWORD SetupIPRange(const std::string& networkId, const std::string& mask) const;
-    /// Excludes one address from the scope's range.
     DWORD CreateExclusion(const std::string& networkId, const std::string& address) const;
     DWORD SetRouterOption(const std::string& networkId, const std::string& routerAddress) const;
     DWORD SetLeaseDuration(const std::string& networkId, std::uint32_t leaseSeconds) const;
-    /// Finds the primary host of the subnet whose id equals the server's own address; on almost
-    /// every server there is none. Then returns E_FAIL and leaves the outputs unchanged.
+    /// Gets the primary host of the subnet whose id is the server's own address; almost no server
+    /// has such a subnet. On failure returns E_FAIL and leaves the outputs unchanged.
     HRESULT GetHostInfo(std::string& hostName, std::string& netBiosName,
                         std::uint32_t& ipAddress) const;
     static void DumpSubnetInfo(const DHCP_SUBNET_INFO& info);
@@ -56,25 +52,25 @@ public:
     static std::uint32_t GetFirstAddress(const std::string& networkId);
     static std::uint32_t GetLastAddress(const std::string& networkId, const std::string& mask);
 
-    /// Creates a client record that leases the address from now on. Reserves nothing.
+    /// Creates a client record whose lease starts now. Does not reserve the address.
     DWORD CreateClient(const std::string& name, const std::string& mac, const std::string& address,
                        const std::string& mask, const std::string& comment,
                        std::uint32_t leaseSeconds) const;
-    /// Reserves the address for the MAC in the scope address AND mask.
+    /// Reserves the address for the MAC. The scope id is address AND mask.
     DWORD CreateReservation(const std::string& name, const std::string& mac,
                             const std::string& address, const std::string& mask) const;
     /// Creates the client record, then the reservation; the record stays if only the reservation
-    /// fails. Allocates nothing, so that nothing on our side can fail any more: the caller makes
-    /// the record before.
+    /// fails. Allocates no memory, so that after the removal of an old reservation only the server
+    /// can fail.
     DWORD AddNewReservation(const CClientRecord& client, std::uint32_t subnet) const;
-    /// Removes the reservation; if there is none, the server deletes the lease at the address.
+    /// Removes the reservation. If there is none, the server deletes the lease of the address.
     DWORD RemoveClient(const HardwareAddress& hardwareAddress, std::uint32_t address,
                        std::uint32_t subnet) const;
-    /// Appends every client of the scope, of any type; what was read before a failure stays.
-    /// Returns ERROR_MORE_DATA if the server promises more but makes no progress.
+    /// Appends every client of the scope, of any type. Clients read before a failure stay. Returns
+    /// ERROR_MORE_DATA if the server announces more clients but makes no progress.
     DWORD GetDynamicClientInfo(const std::string& networkId, ClientList& clients) const;
     /// Appends one byte per "-"-separated token: the low byte of its hexadecimal number, 00 for a
-    /// token that has none, FF for one that exceeds 31 bits. Never fails.
+    /// token without digits, FF for a number that exceeds 31 bits. Never fails.
     static void ConvertMAC(const std::string& mac, HardwareAddress& bytes);
 
 private:

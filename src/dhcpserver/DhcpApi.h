@@ -1,9 +1,8 @@
-// The records of the DHCP Server Management API (dhcpsapi.dll) that this tool uses.
-//
-// Declared here from Microsoft's public reference because mingw-w64's dhcpsapi.h neither compiles
-// at current Windows versions nor holds the V4 records. Never include that header beside this one.
-// Enumerators that this tool does not use are left out. Addresses are 32-bit numbers in host order
-// (192.168.1.0 is 0xC0A80100), unless a member says otherwise. Texts are UTF-16 and may be null.
+// Records of the DHCP Server Management API (dhcpsapi.dll) that this tool uses, declared from
+// Microsoft's public reference. Do not include mingw-w64's dhcpsapi.h: it does not compile for
+// current Windows versions and lacks the V4 records. Unused enumerators are left out. Addresses are
+// 32-bit numbers in host order (192.168.1.0 is 0xC0A80100) unless a member says otherwise. Texts
+// are UTF-16 and may be null.
 #pragma once
 
 #include <windows.h>
@@ -21,7 +20,7 @@ struct DATE_TIME {
     DWORD dwHighDateTime;
 };
 
-/// Bytes owned by whoever filled the record.
+/// The creator of the record owns the bytes.
 struct DHCP_BINARY_DATA {
     DWORD DataLength;  // bytes
     BYTE* Data;
@@ -57,7 +56,7 @@ struct DHCP_IP_RANGE {
     DHCP_IP_ADDRESS EndAddress;
 };
 
-/// Kinds of client, as bClientType and bAllowedClientTypes hold them.
+/// Client types, the values of bClientType and bAllowedClientTypes.
 inline constexpr BYTE CLIENT_TYPE_DHCP = 1;
 inline constexpr BYTE CLIENT_TYPE_BOTH = 3;  // DHCP or BOOTP
 inline constexpr BYTE CLIENT_TYPE_NONE = 100;
@@ -126,7 +125,7 @@ struct DHCP_CLIENT_INFO_ARRAY_V4 {
     DHCP_CLIENT_INFO_V4** Clients;
 };
 
-// The layout the server's side of the calls was compiled with, on 64-bit Windows.
+// The layout of the records in the 64-bit dhcpsapi.dll.
 static_assert(sizeof(DHCP_HOST_INFO) == 24 && offsetof(DHCP_HOST_INFO, HostName) == 16);
 static_assert(sizeof(DHCP_SUBNET_INFO) == 56 && offsetof(DHCP_SUBNET_INFO, PrimaryHost) == 24 &&
               offsetof(DHCP_SUBNET_INFO, SubnetState) == 48);

@@ -1,4 +1,4 @@
-// The DHCP options that a scope is given (RFC 2132).
+// The DHCP options (RFC 2132) that this tool sets on a scope.
 #pragma once
 
 #include <cstdint>
@@ -6,5 +6,5 @@
 inline constexpr std::uint32_t kOptionRouter = 3;
 inline constexpr std::uint32_t kOptionLeaseTime = 51;
 
-/// The lease of scopes and clients unless the command line says otherwise: 8 days, in seconds.
+/// Lease time of scopes and clients without -d: 8 days, in seconds.
 inline constexpr std::uint32_t kDefaultLeaseSeconds = 691200;
