@@ -11,7 +11,6 @@ namespace {
 constexpr std::uint32_t kAlwaysOn = 1 | 2 | 256;
 constexpr ULONGLONG kFaultIntervalMs = 5000;
 
-/// GetLastError as the fault lines print it.
 int LastError() {
     return static_cast<int>(::GetLastError());
 }
@@ -25,8 +24,8 @@ struct MissingEntry {
         entry, [](int error) { CInternalTrace::Write(fault, error); } \
     }
 
-// What DT.LOG says about an entry that is missing. Kept for those who search old logs: the entry
-// "DTUnregisterModule" is written "DTUnRegisterModule".
+// The DT.LOG line for each missing entry. Kept for compatibility: searches in old logs match the
+// spelling "DTUnRegisterModule".
 // clang-format off
 constexpr MissingEntry kMissingEntries[] = {
     MISSING_ENTRY("DTRegisterModule", "CDiagTrace::CDiagTrace m_pfnRegisterModule = (_DIAG_REGISTERMODULE)MyGetProcAddress(m_hModule, \"DTRegisterModule\"); Failed GetLastError Returned %d\n"),
@@ -69,7 +68,7 @@ void CDiagTrace::LoadClient() {
     for (const MissingEntry& row : kMissingEntries)
         if (missing && std::strcmp(row.entry, missing) == 0)
             row.write(static_cast<int>(error));
-    // An incomplete library is as good as none: nothing is handed to it.
+    // An incomplete library counts as missing: it gets no calls.
     m_incomplete = missing && std::strcmp(missing, kMissingEntries[0].entry) != 0;
     m_client.Unload();
 }
@@ -84,7 +83,7 @@ void CDiagTrace::Register(HMODULE module, const char* text1, const char* text2) 
 void CDiagTrace::RegisterSavedModule() {
     if (m_mayLoad && m_hSavedAppModuled)
         LoadClient();
-    if (m_incomplete)  // LoadClient has written the fault
+    if (m_incomplete)  // LoadClient has logged the fault
         return;
     if (!m_hSavedAppModuled || m_client.Load() != ERROR_SUCCESS) {
         WriteMissingModule();

@@ -10,15 +10,14 @@
 
 namespace DiagTools {
 
-/// Process-wide filter: a line of level L is written only when bit L is set. Starts with the bits 1
-/// to 128; refreshed from the trace client whenever a CDiagTraceInfo is made.
+/// Process-wide filter: a line of level L is traced only if bit L is set. Initially 255; each
+/// CDiagTraceInfo constructor refreshes it from the trace client.
 extern std::uint32_t traceFilter;
 
-/// The trace client library. "DTTraceID" and "DTPersistence" are never called, but a library
-/// without them is incomplete.
+/// The trace client library. DTTraceID and DTPersistence must be exported but are never called.
 class CTraceClient : public CRuntimeLibrary {
 public:
-    // Searched as any library is, PATH included: the gateway puts its trace client where it likes.
+    // The default search, PATH included: the gateway may install the library anywhere.
     CTraceClient() : CRuntimeLibrary("DTClient.dll", 0) {}
 
     CEntry<void*(HMODULE module, const char* modulePath, const char* text1, const char* text2)>
@@ -37,9 +36,9 @@ public:
     CEntry<std::uint32_t(void* registration)> GetFilter{*this, "DTGetFilter"};
 };
 
-/// Hands trace lines to the trace client library, which is loaded when first needed. Without the
-/// library lines are dropped; the layer's own faults go to "DT.LOG". Nothing throws and no fault
-/// reaches the caller. For one thread: there is no lock.
+/// Passes trace lines to the trace client library, which it loads on first use. Without the
+/// library, lines are dropped. Faults of this layer go to DT.LOG and never reach the caller;
+/// nothing throws. For one thread only: there is no lock.
 class CDiagTrace {
 public:
     /// Created on first use, destroyed at process exit.
@@ -48,9 +47,9 @@ public:
     CDiagTrace(const CDiagTrace&) = delete;
     CDiagTrace& operator=(const CDiagTrace&) = delete;
 
-    /// Remembers the module and both texts (copied), loads the library and registers the module.
+    /// Remembers the module, copies both texts, loads the library and registers the module.
     void Register(HMODULE module, const char* text1, const char* text2);
-    /// The client's mask with the bits 1, 2 and 256 forced on; just these without a client.
+    /// Returns the client's mask with bits 1, 2 and 256 forced on; only these without a client.
     std::uint32_t GetFilter();
     void Trace(const char* file, std::uint32_t line, const char* function, std::uint32_t level,
                std::uint32_t reserved1, std::uint32_t reserved2, const char* text);
@@ -68,7 +67,7 @@ private:
     CTraceClient m_client;
     void* m_hRegMod = nullptr;  // opaque; set while the module is registered
     bool m_mayLoad = true;
-    bool m_incomplete = false;  // it could register modules, but lacks a later entry
+    bool m_incomplete = false;  // has DTRegisterModule, but lacks a later entry
     HMODULE m_hSavedAppModuled = nullptr;
     std::string m_text1;
     std::string m_text2;

@@ -36,7 +36,7 @@ bool CDiagTraceInfo::operator()(std::uint32_t level, const char* format, ...) {
         return false;
     }
     ReduceFileTag();
-    char text[kTraceChars];  // not cleared: a line costs what it holds
+    char text[kTraceChars];  // not cleared, to keep short lines cheap
     va_list arguments;
     va_start(arguments, format);
     if (std::vsnprintf(text, sizeof(text), format, arguments) < 0)

@@ -14,28 +14,27 @@ enum TraceLevel : std::uint32_t {
     kTraceRecord = 128   // one line per record or address
 };
 
-/// "CDHCPManager::CreateSubnet", cut out of the compiler's signature at compile time: the last two
-/// components of the name before the parameter list, without an anonymous namespace. So the name of
-/// a method that traces is part of the log: do not rename, split or wrap one for taste.
+/// The traced function name, such as "CDHCPManager::CreateSubnet": the last two components of the
+/// compiler's signature, without an anonymous namespace, computed at compile time. Log searches
+/// match these names: do not rename, split or wrap a method that traces.
 struct FunctionTag {
     constexpr explicit FunctionTag(const char* signature);
     char text[128];
 };
 
-/// One trace call: tags and line of the call site, then one or more lines. See DT_TRACE.
+/// One call site that traces, with its tags and line number. Use the DT_TRACE macros.
 class CDiagTraceInfo {
 public:
-    /// The texts are borrowed and must outlive the object (call sites pass constants). Refreshes
-    /// the process-wide filter.
+    /// Both texts must outlive the object. Refreshes the process-wide filter.
     CDiagTraceInfo(const char* fileTag, std::uint32_t line, const char* functionTag);
     virtual ~CDiagTraceInfo() = default;
 
     void Enable(bool enabled) { m_enabled = enabled; }
 
-    /// Formats and passes on one line, cut at 32767 characters; true when it was passed on. A text
-    /// that holds data never comes as the format: see TraceText.
+    /// Formats one line, truncates it at 32767 characters and passes it on. Returns false if
+    /// nothing was passed on. Never pass data as the format: use TraceText.
     bool operator()(std::uint32_t level, const char* format, ...) DT_PRINTF_FORMAT(3, 4);
-    /// Passes on a whole text that is no format: the formatter reads no "%" in it.
+    /// Passes on a text unchanged: "%" has no meaning in it.
     bool TraceText(std::uint32_t level, const char* text);
     /// Passes on raw bytes, 32768 at most.
     bool TraceBuffer(std::uint32_t level, const void* buffer, std::size_t length);
@@ -49,12 +48,12 @@ private:
     std::uint32_t m_line;
     bool m_enabled = true;
     bool m_fileTagReduced = false;
-    [[maybe_unused]] std::uint32_t m_value = 32;  // part of the object's layout, not read here
+    [[maybe_unused]] std::uint32_t m_value = 32;  // part of the object's layout; never read
 };
 
 constexpr FunctionTag::FunctionTag(const char* signature) : text{} {
     const char* end = signature;
-    // A lambda's function follows the parameter list in GCC's signature, "::<lambda" in MSVC's.
+    // In a lambda the enclosing function's name ends at "(" with GCC and at "::<lambda" with MSVC.
     const auto lambda = [](const char* at) {
         return at[0] == ':' && at[1] == ':' && at[2] == '<' && at[3] == 'l';
     };
@@ -86,12 +85,12 @@ constexpr FunctionTag::FunctionTag(const char* signature) : text{} {
 #define DT_SIGNATURE __PRETTY_FUNCTION__
 #endif
 
-// Each source file names itself in a constant `kTraceFile`; these take the rest from the call site.
+// Each source file defines its tag as kTraceFile. These macros add the line and the function.
 #define DT_FUNCTION() static constexpr DiagTools::FunctionTag dtTag_(DT_SIGNATURE)
 #define DT_HERE kTraceFile, __LINE__, dtTag_.text
 
-// level: a TraceLevel without its namespace. A level that is off costs this one test: nothing is
-// built and the client is not asked.
+// level: a TraceLevel without its namespace. If the level is off, the arguments are not evaluated
+// and the client is not called.
 #define DT_WHEN_ON(level, operation)                            \
     do {                                                        \
         if ((DiagTools::traceFilter & DiagTools::level) != 0) { \

@@ -4,12 +4,12 @@
 
 namespace DiagTools {
 
-/// Makes the process module known to the trace client, before anything else traces.
+/// Registers the program's module with the trace client. Must run before any other trace call.
 class CDiagTraceInfoRegister {
 public:
     virtual ~CDiagTraceInfoRegister() = default;
 
-    /// Always 1; faults are the trace layer's own affair.
+    /// Always returns 1: faults stay inside the trace layer.
     int Register(HMODULE module) {
         CDiagTrace::Instance().Register(module, "", "");
         return 1;

@@ -1,8 +1,7 @@
-// The HRESULT check: a failed result is traced with the text of the expression that gave it.
-//
-// In the macros the text is the code itself: the names inside are part of the log, so not even a
-// clumsy one is changed. clang-format leaves these macros alone. If a call needs a second line,
-// break it by hand after a comma (such a break reads as one blank).
+// HRESULT checks: a failed result is traced with the text of the expression that returned it. This
+// text is the source code itself, and log searches match it: do not rename anything inside, however
+// clumsy. clang-format skips these macros; break a long call by hand after a comma (such a break
+// reads as one blank).
 #pragma once
 
 #include <windows.h>
@@ -13,7 +12,7 @@
 
 namespace DiagTools {
 
-/// Traces the failure at level 1 and returns it unchanged. For failed results only.
+/// Traces a failed result at level 1 and returns it unchanged.
 HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
                      const char* expressionText, HRESULT hr);
 
@@ -40,15 +39,14 @@ HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
 #define LOG_IF_FAILED(...) LOG_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 #define RETURN_IF_FAILED(...) RETURN_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 
-// Decision 0002. Follows a try block in a loop over records: one bad record must not stop the rest.
-// What was thrown (memory running out over a text of data, say) is traced at level 1.
+// Decision 0002. Goes after a try block in a loop over records: one bad record must not stop the
+// rest. Traces the exception (out of memory, for example) at level 1.
 #define CATCH_RECORD()                                                                 \
     catch (const std::exception& dtException_) {                                       \
         DT_TRACE(kTraceError, "Record left out, exception [%s]", dtException_.what()); \
     }
 
-// The same, except that the exception passes if the records must be complete: those of a batch
-// file.
+// The same, but rethrows if the records must be complete, as in a batch file.
 #define CATCH_RECORD_UNLESS(complete)                                                  \
     catch (const std::exception& dtException_) {                                       \
         if (complete)                                                                  \

@@ -16,8 +16,8 @@ constexpr std::size_t kMessageChars = 32768;
 constexpr std::size_t kTimeChars = 64;
 constexpr LONGLONG kMaxFileBytes = 1024000;
 
-/// Opens the file unshared, and the file itself rather than what a link names: a link planted in
-/// the temporary folder under our name must not make an elevated run write to another file.
+/// Opens the file unshared. Returns null for a symbolic or hard link: a link planted in the
+/// temporary folder must not make an elevated run write to another file.
 Handle OpenUnshared(const char* path, DWORD disposition) {
     Handle file = OpenFileHandle(path, GENERIC_READ | GENERIC_WRITE, 0, disposition,
                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT);

@@ -15,8 +15,8 @@ constexpr DWORD kMutexWaitMs = 5000;
 std::uint32_t errorLines = 0;
 ModuleStatisticsBlock* block = nullptr;  // stays mapped until the process ends
 
-/// Any process of the session may have made this memory before us. Its bytes are only compared, and
-/// a memory that is neither empty nor a block of ours is left alone.
+/// Returns false, without a change, if the memory is neither empty nor a block of this version. Any
+/// process of the session may have created it, so its content is only compared.
 bool FillHeader(ModuleStatisticsBlock& header, const std::string& name) {
     const bool isOurs =
         header.signature == kStatisticsSignature && header.version == kStatisticsVersion;
@@ -37,7 +37,7 @@ bool FillHeader(ModuleStatisticsBlock& header, const std::string& name) {
 }  // namespace
 
 void CModuleStatistics::Initialize(HMODULE module) {
-    // "Local\" keeps the names to the logon session: the global name space takes a privilege.
+    // "Local\" limits the names to the logon session: creating global names requires a privilege.
     const std::string name = "Local\\DTSSM_" + std::to_string(::GetCurrentProcessId());
     static const Handle mutex(::CreateMutexA(nullptr, FALSE, (name + "_Lock").c_str()));
     static const Handle mapping(::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE,
@@ -46,12 +46,12 @@ void CModuleStatistics::Initialize(HMODULE module) {
     ModulePath path;
     if (block || !mutex || !mapping || !GetModulePath(module, path))
         return;
-    // Fails for a memory of this name that is smaller.
+    // Fails if an existing memory of this name is smaller.
     auto* const view = static_cast<ModuleStatisticsBlock*>(
         ::MapViewOfFile(mapping.get(), FILE_MAP_WRITE, 0, 0, sizeof(ModuleStatisticsBlock)));
     if (!view)
         return;
-    // An abandoned mutex is fine: nobody but this process writes the header.
+    // An abandoned mutex is fine: only this process writes the header.
     const DWORD wait = ::WaitForSingleObject(mutex.get(), kMutexWaitMs);
     if (wait == WAIT_OBJECT_0 || wait == WAIT_ABANDONED) {
         if (FillHeader(*view, path.fileName))

@@ -7,8 +7,8 @@
 
 namespace DiagTools {
 
-/// Layout of the shared memory Local\DTSSM_<process id>. Its readers may come from other builds: a
-/// change here needs a new version.
+/// Layout of the shared memory Local\DTSSM_<process id>. Readers may come from other builds: a new
+/// layout needs a new kStatisticsVersion.
 struct ModuleStatisticsBlock {
     std::uint32_t signature;  // kStatisticsSignature; written last
     std::uint32_t version;
@@ -22,19 +22,17 @@ static_assert(sizeof(ModuleStatisticsBlock) == 336 &&
 inline constexpr std::uint32_t kStatisticsSignature = 0x53535444;  // "DTSS" as bytes
 inline constexpr std::uint32_t kStatisticsVersion = 2;
 
-/// Counts this process's trace lines and shows the counts to tools that watch running processes.
-/// Without the shared memory the run goes on silently, and only ErrorLines counts.
+/// Counts this process's trace lines in shared memory, for tools that watch running processes.
+/// Without the memory the run continues silently, and only ErrorLines counts.
 class CModuleStatistics {
 public:
-    /// Makes the process's block and writes its header; waits at most 5000 ms for the block's
-    /// mutex.
+    /// Creates the process's block and writes its header. Waits at most 5000 ms for the mutex.
     static void Initialize(HMODULE module);
-    /// Counts one trace line of this level, whether or not a trace client takes it. Neither waits
-    /// nor allocates.
+    /// Counts a trace line of this level, with or without a trace client. Never waits or allocates.
     static void CountTraceLine(std::uint32_t level);
-    /// Lines of level 1 traced by this process so far.
+    /// Returns the number of level 1 lines that this process has traced.
     static std::uint32_t ErrorLines();
-    /// Takes back lines that turned out to mean no failure.
+    /// Resets the number, to discount lines that did not mean a failure.
     static void SetErrorLines(std::uint32_t lines);
 };
 
