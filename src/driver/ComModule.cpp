@@ -1,8 +1,6 @@
-// The entries that make the program a COM module. It has no classes: there is nothing to register,
-// and nothing that anybody could hold.
+// Entry points of a COM module without classes: it registers nothing and may always be unloaded.
 #include <windows.h>
 
-// Declares the entries.
 #include <olectl.h>
 
 STDAPI DllRegisterServer() {

@@ -10,13 +10,12 @@ namespace po = boost::program_options;
 
 namespace {
 
-// All of: long and short names, "-" and "/" before a short one, values adjacent or as the next
-// argument, sticky short switches, unambiguous prefixes of long names, names without regard to
-// case.
+// Allows long and short names, "-" and "/" before short names, values in the same or the next
+// argument, combined short switches, unambiguous prefixes of long names, and names in any case.
 constexpr int kParserStyle = 2047;
 
-// Decision 0018. The library is laxer than this tool promises in four places; each is closed here.
-// A wrong command line must end in the help, not in a command that the administrator did not mean.
+// Decision 0018. The functions below reject what only the library accepts: a wrong command line
+// must show the help, not run a command that the administrator did not mean.
 
 [[noreturn]] void ThrowUnknownOption(const std::string& token) {
     po::unknown_option error;
@@ -24,8 +23,8 @@ constexpr int kParserStyle = 2047;
     throw error;
 }
 
-/// Comparing names without regard to case, the library takes "-C" for "-c", and "---C" for the long
-/// name "-C" and so for the same. Called for every token that stands where an option may stand.
+/// The library ignores case, so it takes "-C" for "-c", and also "---C" (as the long name "-C").
+/// Called for every token in the position of an option.
 void RejectUnknownLetter(const po::options_description& description, const std::string& token) {
     if (token.compare(0, 3, "---") == 0)
         ThrowUnknownOption(token);
@@ -38,7 +37,7 @@ void RejectUnknownLetter(const po::options_description& description, const std::
             description.find_nothrow(std::string{'-', token[i]}, false, false, false);
         if (!option)
             ThrowUnknownOption(token);
-        // What follows is its value. A "/" introduces one letter only.
+        // The rest is the value. A "/" introduces only one letter.
         if (slash || option->semantic()->max_tokens() != 0)
             return;
     }
@@ -53,7 +52,7 @@ template <class Error>
     throw error;
 }
 
-/// The library notices a second occurrence only if that one has a value of its own.
+/// The library accepts a second occurrence that has no value.
 void RejectRepetitions(const po::parsed_options& parsed) {
     std::set<std::string> seen;
     for (const po::option& option : parsed.options)
@@ -61,7 +60,7 @@ void RejectRepetitions(const po::parsed_options& parsed) {
             ThrowAbout(option, po::multiple_occurrences());
 }
 
-/// The library reads "-5" as an unsigned number by wrapping it round.
+/// The library reads "-5" as a large unsigned number.
 void RejectNegativeNumbers(const po::parsed_options& parsed) {
     for (const po::option& option : parsed.options) {
         const bool number =

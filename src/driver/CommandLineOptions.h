@@ -2,7 +2,7 @@
 
 #include <boost/program_options.hpp>
 
-// Long names of the options, as they are asked for in the parsed result.
+// Long names of the options: the keys of the parsed result.
 inline constexpr char kOptionAutoUpdate[] = "autoUpdate";
 inline constexpr char kOptionGenerateBatch[] = "generateBatch";
 inline constexpr char kOptionExportClients[] = "exportClients";
@@ -25,8 +25,8 @@ inline constexpr char kOptionReservation[] = "Reservation";
 /// Registers every option, in the order of the help lines.
 void BuildOptionsDescription(boost::program_options::options_description& description);
 
-/// Parses strictly: throws a boost::program_options error for an unknown option, also a short
-/// letter in the wrong case, for any second occurrence and for a value that is no unsigned number.
+/// Parses strictly. Throws a boost::program_options error for an unknown option (also a short one
+/// in the wrong case), a repeated option, and a value that is not an unsigned number.
 boost::program_options::parsed_options ParseCommandLine(
     int argc, const char* const* argv,
     const boost::program_options::options_description& description);

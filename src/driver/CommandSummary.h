@@ -7,18 +7,18 @@
 
 #include "diagtools/ModuleStatistics.h"
 
-/// Tells the event log, at the end of a command, that it changed something or failed: on a gateway
-/// that is where an administrator finds later what an installer ran.
+/// Writes an event at the end of a command that changes something or fails, so that an
+/// administrator can later find out from the event log what an installer ran.
 class CCommandSummary {
 public:
-    /// command: the option's name, which outlives the object. changes: whether the command changes
-    /// the store, the server or a batch file.
+    /// command: the option's name, which must outlive the object. changes: true if the command
+    /// changes the store, the server or a batch file.
     CCommandSummary(const char* command, bool changes) : m_command(command), m_changes(changes) {}
     ~CCommandSummary();
     CCommandSummary(const CCommandSummary&) = delete;
     CCommandSummary& operator=(const CCommandSummary&) = delete;
 
-    /// False: the user was told or asked what is missing, and nothing was done.
+    /// False if the server address or a file name was missing, so that nothing was done.
     void SetExecuted(bool executed) { m_executed = executed; }
 
 private:

@@ -27,7 +27,7 @@ namespace {
 
 constexpr char kTraceFile[] = "DHCPCommandParser";
 
-/// Deletes a temporary file at the end of the work on it, even if that throws.
+/// Deletes a temporary file when the work on it ends, even by an exception.
 class CTempFile {
 public:
     explicit CTempFile(const std::string& name) : m_name(name) {}
@@ -61,7 +61,7 @@ void CDHCPCommandParser::ExecuteCommands(int argc, const char* const* argv) {
     } catch (const std::exception& escaped) {
         DT_TRACE(kTraceError, "Command ended by exception [%s]", escaped.what());
         try {
-            // Without this the run would look like one that went well.
+            // Without this message the run would look successful.
             Display(Format(kCommandEnded, escaped.what()));
         }
         CATCH_RECORD()
@@ -106,9 +106,9 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
         const char* option;
         bool changes;  // the store, the server or a batch file
         bool needsServer;
-        bool (*run)(Parser&, const Value&);  // as the operations return
+        bool (*run)(Parser&, const Value&);  // false: nothing was done
     };
-    // The first one present runs. The values of the commands without a file are not used.
+    // The first command present runs. Commands without a parameter ignore the option's value.
     // clang-format off
     static constexpr Command kCommands[] = {
         {kOptionExportClients, false, false, [](Parser& parser, const Value& file) { return parser.ExecuteExportClientsCommand(file.as<std::string>(), NetshWriter(), true); }},
@@ -178,7 +178,7 @@ bool CDHCPCommandParser::ExecuteUpdateClientsCommand(std::string fileName) {
              "Executing Update Clients Info Command from file [%s] on DHCP server [%s]",
              fileName.c_str(), m_dhcpServerIp.c_str());
     CDHCPClientInfoImpl clients(m_output, m_dhcpServerIp, m_leaseDuration);
-    // Kept for compatibility: the scopes file is proposed for the clients too.
+    // Kept for compatibility: the dialog proposes the scopes file for the clients, too.
     if (!ChooseFileName(fileName, kDefaultScopesFile, DialogMode::Open))
         return false;
     Display(Format(kUpdateClientsStart, fileName.c_str()));
@@ -255,7 +255,7 @@ bool CDHCPCommandParser::ExecuteSilentModeCommand() {
              "Executing silent mode update of scopes and clients Command on DHCP server [%s]",
              m_dhcpServerIp.c_str());
     RepairStore();
-    // Scopes before clients, so that reservations land in scopes that exist.
+    // Scopes before clients, because a reservation needs its scope.
     {
         const CTempFile scopes(CreateTempFileName());
         ExecuteExportScopesCommand(scopes.Name(), NetshWriter(), true);

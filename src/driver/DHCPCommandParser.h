@@ -8,8 +8,8 @@
 class CNetshCommands;
 class COutputMsg;
 
-/// Parses the command line and runs exactly one command. Returns nothing: commands report their
-/// failures, exceptions included, through the output channel and the trace.
+/// Parses the command line and runs exactly one command. Reports failures, exceptions included,
+/// only through the messages and the trace.
 class CDHCPCommandParser {
 public:
     CDHCPCommandParser();
@@ -18,7 +18,7 @@ public:
     CDHCPCommandParser& operator=(const CDHCPCommandParser&) = delete;
 
     void ExecuteCommands(int argc, const char* const* argv);
-    /// False, after tracing the reason, when the command line is not valid.
+    /// Returns false and traces the reason if the command line is not valid.
     bool SetCommandLineOptions(int argc, const char* const* argv,
                                const boost::program_options::options_description& description,
                                boost::program_options::variables_map& variables);
@@ -34,9 +34,8 @@ private:
     void DispatchCommand(const Description& description, const Variables& variables);
     void DisplayHelp(const Description& description);
 
-    // The commands. They return false if the server address is missing or no file name was chosen:
-    // then nothing was done. An empty file name asks for one; if there is still none, the command
-    // ends silently.
+    // The commands. An empty file name opens the dialog. If the user cancels it, the command ends
+    // silently and returns false: nothing was done.
     bool ExecuteUpdateMACCommand();
     bool ExecuteUpdateScopesIpInfo();
     bool ExecuteErrorDescriptionCommand(std::uint32_t errorCode);
@@ -54,17 +53,17 @@ private:
     /// startText: null for an export without messages.
     template <class Work>
     bool Export(Work& work, std::string fileName, const char* defaultName, const char* startText);
-    /// What the automatic and the batch mode begin with: MACs, the scopes' addresses, the server.
+    /// Repairs the MACs, the scopes' addresses and the server entry: the start of -a and -b.
     void RepairStore();
 
-    /// Tells the user when the server address is missing.
+    /// Shows a message box if the server address is missing.
     bool HasServerAddress() const;
     static bool ChooseFileName(std::string& fileName, const char* defaultName, DialogMode mode);
     void Display(const std::string& message);
     static std::string CreateTempFileName();
 
-    // Inverted, kept for compatibility: true unless -p is given. Passed on as the "from the
-    // registry" flag of the scopes' addresses.
+    // Inverted for compatibility: true unless -p is given. True means "addresses from the
+    // registry".
     bool m_useAdapterFlag = true;
     std::uint32_t m_leaseDuration;  // seconds
     std::string m_dhcpServerIp;

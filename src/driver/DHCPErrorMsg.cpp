@@ -11,9 +11,8 @@ struct ErrorText {
 
 constexpr std::uint32_t kTerminator = 0xFFFFFFFF;
 
-// Codes of the DHCP server's management API (ERROR_DHCP_..., 20000 and up), in ascending order; the
-// numbers left out have no text here. Kept to the byte: 20026 ends with a blank and 20028 with its
-// colon.
+// Codes ERROR_DHCP_... in ascending order. Kept for compatibility: scripts match these texts to the
+// byte, with the blank at the end of 20026 and the colon at the end of 20028.
 // clang-format off
 constexpr ErrorText kErrorTexts[] = {
     {20000, "The DHCP server registry initialization parameters are incorrect."},

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <string>
 
-/// The sentence for an error code of the DHCP server's management API.
+/// The description of an error code of the DHCP Server Management API.
 class CDHCPErrorMsg {
 public:
-    /// Any code: one that is not in the table has "Error code not found.".
+    /// Accepts any code; an unknown one has the description "Error code not found.".
     explicit CDHCPErrorMsg(std::uint32_t errorCode);
     virtual ~CDHCPErrorMsg() = default;
 

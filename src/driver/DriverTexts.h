@@ -1,11 +1,11 @@
-// Every text that the dispatcher shows, in the order of the commands. Progress texts begin with one
-// line feed and end with two. Scripts of administrators match them.
+// Every text that CDHCPCommandParser shows, in the order of the commands. Progress texts begin with
+// one line feed and end with two. Administrators' scripts match these texts.
 #pragma once
 
 inline constexpr char kHelpTitle[] = "\nDHCP Client information generation program\n\n";
 inline constexpr char kHelpLine[] = "%-30s\t%s\r\n";  // formatted option name, help text
 
-inline constexpr char kCommandEnded[] = "Command ended by exception [%s]\n";  // what it says
+inline constexpr char kCommandEnded[] = "Command ended by exception [%s]\n";  // exception text
 
 inline constexpr char kExportClientsStart[] =
     "\nGetting DHCP Clients information from storage. Please wait ...\n\n";
@@ -48,7 +48,7 @@ inline constexpr char kReservationDone[] = "\nChanging dynamic client to reserve
 inline constexpr char kMissingServerBefore[] =
     "No DHCP server IP address specified. Please use option [";
 inline constexpr char kMissingServerAfter[] = "]";
-// Kept for compatibility: the two line feeds belong to the caption.
+// Kept for compatibility: the caption ends in two line feeds.
 inline constexpr char kMessageBoxCaption[] = "DHCP migration tool\n\n";
 
 inline constexpr char kDefaultClientsFile[] = "ClientsInfo.csv";

@@ -12,16 +12,16 @@ namespace {
 
 constexpr char kTraceFile[] = "main";
 
-/// The tool runs elevated, from any folder: libraries planted there must never load. The folder set
-/// here is searched instead of the current one; the system's own is searched anyway. (An empty text
-/// is documented to do the same, but Wine then still searches the current folder.)
+/// Removes the current folder from the library search, because the tool runs elevated from any
+/// folder. The system folder takes its place; it is searched anyway. (With an empty text, the
+/// documented way, Wine still searches the current folder.)
 void KeepCurrentFolderOutOfDllSearch() {
     char systemFolder[MAX_PATH];
     const UINT length = ::GetSystemDirectoryA(systemFolder, MAX_PATH);
     ::SetDllDirectoryA(length > 0 && length < MAX_PATH ? systemFolder : "");
 }
 
-/// A damaged library or a drive without a medium must not stop an unattended run with a box.
+/// A damaged library or an empty drive must not block an unattended run with a message box.
 void KeepSystemBoxesAway() {
     ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
 }
@@ -32,8 +32,7 @@ void KeepSystemBoxesAway() {
 /// in the messages and the trace.
 int main(int argc, char** argv) {
     KeepSystemBoxesAway();
-    // The first call allocates, and aborts the program if it can't: better now than in a
-    // destructor.
+    // The first call allocates memory or aborts the program: better here than in a destructor.
     [[maybe_unused]] const volatile int none = std::uncaught_exceptions();
     KeepCurrentFolderOutOfDllSearch();
     const HMODULE module = ::GetModuleHandleA(nullptr);

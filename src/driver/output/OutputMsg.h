@@ -7,24 +7,22 @@
 
 #include "driver/output/Format.h"
 
-/// The one channel to the user: the console or, once a log file was chosen, the end of that file.
-/// Always made with boost::make_shared. Failures are silent: the message is lost, the run goes on.
+/// The only channel to the user: the console or, if one is set, a log file. Create it with
+/// boost::make_shared. Failures are silent: the message is lost and the run continues.
 class COutputMsg : public boost::enable_shared_from_this<COutputMsg> {
 public:
     COutputMsg() = default;
     virtual ~COutputMsg() = default;
 
-    /// Traces the message, then writes it as it is (it carries its own "\n") in one write. The log
-    /// file is opened and closed for each message, so that others can read it during the run.
+    /// Traces the message and writes it unchanged (it contains its own "\n") in one write. Opens
+    /// and closes the log file for each message, so that other programs can read it during the run.
     /// verboseOnly: not written if verbose is off.
     void DisplayMsg(const std::string& message, bool verboseOnly);
-    /// True if a message for verbose users would be shown or traced; otherwise there is no need to
-    /// make it.
+    /// True if a message for verbose users would be shown or traced; otherwise do not build it.
     bool IsDetailWanted() const;
 
     void SetVerbose(bool verbose) { m_verbose = verbose; }
-    /// Empties the file at once, so that each run starts with an empty log. An empty name means the
-    /// console.
+    /// Empties the file, so that each run starts a new log. An empty name selects the console.
     void SetOutputLogFile(const std::string& fileName);
 
 private:
@@ -42,6 +40,5 @@ void DisplayThrough(const Output& output, const std::string& message, bool verbo
 inline constexpr char kRecordDone[] = "OK\n";
 inline constexpr char kRecordFailed[] = "Failed with error [%lu].\n";  // error code
 
-/// Shows the text of a record with the result behind it: success (0) to verbose users, an error to
-/// everybody.
+/// Shows a record's text and result: success (0) to verbose users, an error to all users.
 void ShowResult(const Output& output, std::string record, unsigned long error);

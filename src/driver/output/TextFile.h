@@ -1,15 +1,14 @@
-// Text files as the C library's text mode makes them: "\n" becomes CR LF. Others may read and write
-// the files meanwhile. Failures are silent.
+// Writes text files like the C library's text mode: "\n" becomes CR LF. Other programs may read and
+// write the files meanwhile. Failures are silent.
 #pragma once
 
 #include <string>
 
-/// The bytes of a text.
+/// Returns the text with a CR before each LF.
 std::string TextModeBytes(const std::string& text);
 
 /// Creates the file or empties it.
 void EmptyFile(const std::string& fileName);
 
-/// Writes a text to the end of a file, which is created if it is missing: in a single write, so
-/// that a reader never sees half of it.
+/// Appends the text in one write, so that no reader sees half of it. Creates a missing file.
 void AppendText(const std::string& fileName, const std::string& text);
