@@ -19,14 +19,13 @@ constexpr char kTrailerAdvice[] =
     "REM Make sure you have sufficient privileges to modify DHCP server\n";
 
 constexpr char kAddingScope[] = "REM Adding scope [%s]\n";  // scope name
-// Client name, address, the same as a number, network id, MAC.
+// Arguments: client name, address as text and as number, network id, MAC.
 constexpr char kAddingClient[] =
     "REM Adding client [%s] with IP [%s : %#08lX] to scope [%s] with Mac Address [%s]\n";
 constexpr char kDeletingClient[] =
     "REM Deleting client [%s] with IP [%s : %#08lX] from scope [%s] with Mac Address [%s]\n";
 
-// Each begins with the server. The arguments are not quoted: administrators' scripts read these
-// lines as they are.
+// The first argument is the server. No quotes, for the scripts that parse these lines.
 constexpr char kAddScope[] =  // network id, mask, scope name, comment
     "netsh dhcp server %s add scope %s %s %s %s\n";
 constexpr char kAddRange[] =  // network id, first address, last address
@@ -92,7 +91,7 @@ void CNetshCommands::AddCommandToBatchFile(const std::string& line, bool display
         return;
     DT_TRACE_TEXT(kTraceDetail, line.c_str());
     AppendText(m_fileName, line);
-    // Shown to verbose users only: a quiet run shows no command, and the file is complete.
+    // A quiet run shows no commands; the file contains all of them.
     if (display && IsDetailWanted(m_output))
         DisplayThrough(m_output, kAddingCommand + line, true);
 }
@@ -139,7 +138,7 @@ void CNetshCommands::AddDHCPRangeForScope(const std::string& networkId, const st
 void CNetshCommands::ExcludeIpFromRange(const std::string& networkId, const std::string& address) {
     if (m_fileName.empty())
         return;
-    // "Excluse" is kept for compatibility: log searches match this word.
+    // Kept for compatibility: log searches match "Excluse".
     DT_TRACE(kTraceDetail, "Excluse IP [%s]", address.c_str());
     AddCommandToBatchFile(Format(kAddExclusion, m_server.c_str(), networkId.c_str(),
                                  address.c_str(), address.c_str()),
