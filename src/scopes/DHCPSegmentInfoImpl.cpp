@@ -23,7 +23,7 @@ constexpr char kScopeToAdd[] =  // name, address, mask, scope id, comment
     "Scope to add in DHCP server : Name [%s], IP Address [%s], NetMask [%s], Scope [%s], Comments "
     "[%s] -> ";
 
-// The fields of a CSV line. What follows the fifth is not read.
+// Fields of a CSV line; any further ones are ignored.
 enum CsvField : std::size_t { kName, kAddress, kMask, kNetworkId, kDescription, kFieldCount };
 
 constexpr StoreField kScopeFields[] = {
@@ -153,11 +153,11 @@ HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeInfo(const std::string& line) {
         DT_TRACE(kTraceRecord, "scopeEntryValues[%u] is [%s]", static_cast<unsigned int>(i),
                  fields[i].c_str());
     }
-    // Made before the work: a scope whose result can't be told is not added.
+    // Build the message first: if that throws, no scope is added.
     const std::string record =
         Format(kScopeToAdd, fields[kName].c_str(), fields[kAddress].c_str(), fields[kMask].c_str(),
                fields[kNetworkId].c_str(), fields[kDescription].c_str());
-    // The server's codes are positive: any but 0 is a failure, though FAILED would not see it.
+    // Not FAILED(): the server's error codes are positive.
     const auto error = static_cast<unsigned long>(AddScope(fields));
     ShowResult(m_output, record, error);
     return error == ERROR_SUCCESS ? S_OK : E_FAIL;
@@ -168,8 +168,8 @@ HRESULT CDHCPSegmentInfoImpl::AddScope(const TextList& fields) const {
     DWORD error = manager.CreateSubnet(fields[kName], fields[kNetworkId], fields[kMask],
                                        fields[kDescription]);
     if (error == ERROR_SUCCESS) {
-        // Deliberately lenient: a scope whose texts give no range still gets the rest. Any other
-        // exception, such as no memory, ends the record.
+        // Deliberately lenient: a scope without a valid range still gets the rest. Any other
+        // exception, such as out of memory, ends the record.
         try {
             error = manager.SetupIPRange(fields[kNetworkId], fields[kMask]);
         } catch (const std::logic_error&) {
@@ -190,7 +190,7 @@ HRESULT CDHCPSegmentInfoImpl::AddScope(const TextList& fields) const {
 void CDHCPSegmentInfoImpl::SetDHCPIpAddress(const std::string& dchpServerIpAddress) {
     if (FAILED(Initialize()))
         return;
-    // These names, and the "dchp" of one, are part of the traced texts.
+    // Kept for compatibility: log searches match these names in the traced texts, "dchp" included.
     const std::string configSection = "Config";
     const std::string dhcpServerSection = "Server";
     const std::string dhcpDefaultScope = "DefaultDHCP";

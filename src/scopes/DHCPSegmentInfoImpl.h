@@ -15,18 +15,17 @@ class CDHCPManager;
 class CNetshCommands;
 struct Adapter;
 
-/// Every operation on scopes (the store calls them segments). A scope id is the scope's network id
-/// as dotted text; it is the key of the scope in the store and its name on the DHCP server.
-///
-/// One object serves one command. Failures are traced; a failing record never stops the others.
+/// All operations on scopes, which the store calls segments. A scope id is the network id as dotted
+/// text; store and DHCP server identify the scope by it. One object serves one command. Failures
+/// are traced; a failing record does not stop the others.
 class CDHCPSegmentInfoImpl : public CStorageAccess {
 public:
     using NetshWriter = boost::shared_ptr<CNetshCommands>;  // empty: no batch file
     using TextList = std::vector<std::string>;
 
-    /// For the server's address in the store.
+    /// For storing the DHCP server's address.
     explicit CDHCPSegmentInfoImpl(const Output& output);
-    /// For the addresses of the scopes in the store.
+    /// For storing the gateway's addresses in the scopes.
     CDHCPSegmentInfoImpl(const Output& output, bool useRegistry);
     /// For the export.
     CDHCPSegmentInfoImpl(const Output& output, std::uint32_t leaseSeconds,
@@ -38,36 +37,34 @@ public:
     CDHCPSegmentInfoImpl(const Output& output, const std::string& dhcpServer,
                          const NetshWriter& netshCommands);
 
-    /// Writes the scope CSV file, and netsh commands when there is a writer.
+    /// Writes the scope CSV file, and the netsh commands if there is a writer.
     void GetDHCPInfo(const std::string& fileName);
     HRESULT GetScopesList(TextList& scopeIds);
-    /// line, empty on entry, becomes the scope's CSV line; it stays empty when the store holds
-    /// nothing under the id.
+    /// Sets line to the scope's CSV line; leaves it unchanged if the store has no such scope.
     HRESULT GetDHCPScopeInfo(const std::string& scopeId, std::string& line);
 
     /// Creates the scopes of a CSV file on the DHCP server.
     void SetDHCPInfo(const std::string& fileName);
-    /// E_FAIL for any failure, whatever the server's code was.
+    /// Returns E_FAIL for every failure, whatever the server's code was.
     HRESULT SetDHCPScopeInfo(const std::string& line);
 
-    /// Writes the gateway's address and mask on each scope into the store.
+    /// Stores the gateway's address and mask in each scope.
     void SetDHCPIpInfo();
     HRESULT SetDHCPScopeIpInfo(const std::string& scopeId);
 
-    /// Records the DHCP server as the gateway's default one. Any text is taken as the address.
+    /// Stores the gateway's default DHCP server. The address may be any text.
     void SetDHCPIpAddress(const std::string& serverAddress);
 
-    /// Turns each pair of a reservation and a dynamic lease of the same host into one reservation,
-    /// on the server or as netsh commands. The list's Win32 code when that failed, else the code of
-    /// the last reservation made: an earlier failure is forgotten. 0 with netsh commands.
+    /// Replaces each pair of a reservation and a dynamic lease of the same host by one reservation,
+    /// on the server or as netsh commands. Returns the code of a failed client list, else that of
+    /// the last reservation (an earlier failure is lost); 0 with netsh commands.
     HRESULT ChangeDynamicToReserved(const std::string& scopeId) const;
     HRESULT ChangeAllDynamicToReserved(const std::string& scopeId, const ClientList& clients) const;
 
 private:
     HRESULT AddScope(const TextList& fields) const;
 
-    /// Finds the gateway's own address on the scope in the chosen source. Writes the outputs on a
-    /// match only.
+    /// Finds the gateway's own address in the scope. Sets the outputs only if there is one.
     HRESULT GetAdapterInfoForScope(const std::string& scopeId, std::string& address,
                                    std::string& mask) const;
     static HRESULT GetAdapterInfoForScopeUsingIpConf(const std::string& scopeId,
@@ -88,8 +85,7 @@ private:
     static HRESULT GetAdapterField(const std::string& registryEntryLocation, const char* valueName,
                                    TextList& texts);
 
-    /// The first dynamic client, in list order, under each first label of a host name in upper
-    /// case; borrows the clients.
+    /// Upper-case first label of a host name -> its first dynamic client in the list (borrowed).
     using DynamicClients = std::unordered_map<std::string, const CDHCPClient*>;
     static bool FindDHCPClientWithSameName(const DynamicClients& clients,
                                            const std::string& nameToFind, std::uint32_t& ipAddress,

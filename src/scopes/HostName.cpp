@@ -5,7 +5,7 @@
 #include <boost/algorithm/string.hpp>
 
 std::string FirstLabel(const std::string& hostName) {
-    // No code page has "." for the second byte of a character.
+    // In no code page is "." the second byte of a character.
     return hostName.substr(0, hostName.find('.'));
 }
 

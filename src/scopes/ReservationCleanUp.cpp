@@ -1,4 +1,4 @@
-// The clean-up of reservations: pairs of a reservation and a dynamic lease of one host.
+// Clean-up: replaces a reservation and a dynamic lease of the same host by one reservation.
 #include <utility>
 
 #include "dhcpserver/DHCPManager.h"
@@ -51,8 +51,7 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
             dynamicClients.emplace(CaselessName(FirstLabel(client->GetName())), client.get());
 
     const std::uint32_t scopeNumber = AddressNumber(scopeId);
-    // The last code: an earlier failure is forgotten when a later reservation succeeds. Kept for
-    // compatibility; the trace has each failure.
+    // Kept for compatibility: only the code of the last reservation is returned. The trace has all.
     DWORD error = ERROR_SUCCESS;
     for (const auto& client : clients) {
         if (client->GetClientType() != CLIENT_TYPE_NONE)
@@ -64,7 +63,7 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
             if (!FindDHCPClientWithSameName(dynamicClients, FirstLabel(reserved.GetName()),
                                             dynamicAddress, dynamicHardware))
                 continue;
-            // "Dynamic" for the reservation as well: kept for compatibility.
+            // Kept for compatibility: log searches match "Dynamic" for the reservation, too.
             DT_TRACE(kTraceRecord, "Name [%s], Client Type [%u : %s]", reserved.GetName().c_str(),
                      unsigned{CLIENT_TYPE_NONE}, kDynamicLabel);
             const HardwareAddress& reservedHardware = reserved.GetHardwareAddress();
@@ -78,8 +77,7 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
                 WriteReservationChange(reserved, dynamicAddress, dynamicHardware);
                 continue;
             }
-            // All that can fail on our side fails here, while the host still has its reservation
-            // and its lease.
+            // Allocate memory only here, while the host still has its reservation and its lease.
             const CClientRecord reservation(reserved.GetName(), dynamicHardware,
                                             reserved.GetIPAddress(), reserved.GetSubnetMask(),
                                             reserved.GetComment(), reserved.GetLeaseExpiry());
@@ -87,7 +85,7 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
                 {reservedHardware, reserved.GetIPAddress()}, {dynamicHardware, dynamicAddress}};
             for (const auto& [hardware, address] : removed) {
                 const DWORD failed = manager.RemoveClient(hardware, address, scopeNumber);
-                // A removal that fails does not stop the new reservation.
+                // A failed removal does not prevent the new reservation.
                 if (failed != ERROR_SUCCESS)
                     DT_TRACE(kTraceError,
                              "Unable to remove client [%s] from Scope [%s] due to error [%lu]",

@@ -1,4 +1,4 @@
-// The gateway's own addresses on the scopes: where they are found, and how they get into the store.
+// Finds the gateway's own addresses in the scopes and writes them to the store.
 
 // winsock2.h must come before any windows.h.
 #include <winsock2.h>
@@ -17,13 +17,13 @@
 #include "win/RuntimeLibrary.h"
 
 struct AdapterAddress {
-    std::string address;  // dotted texts
+    std::string address;  // dotted text, like the mask
     std::string mask;
 };
 
 /// A network adapter, from the system or from the gateway's registry.
 struct Adapter {
-    std::string displayName;  // the description, or the adapter's name if there is none
+    std::string displayName;  // description; the adapter's name if that is empty
     std::vector<AdapterAddress> addresses;
 };
 
@@ -34,11 +34,11 @@ constexpr char kTraceFile[] = "DHCPSegmentInfoImpl";
 constexpr char kScopeIpInfo[] =  // scope id, address, mask
     "Scope IP information : Network ID [%s], IP [%s], Mask [%s]\n";
 
-// Trace lines of more than one operation, or of more than one place.
+// Trace texts that are used in several places.
 constexpr char kInterfaceFound[] = "Zeph-On interface found [%s]";       // name as read
 constexpr char kAddressFound[] = "Ip Address [%s] Net Mask found [%s]";  // address, mask
 constexpr char kKeyNotOpened[] = "Unable to open registry key [%s]";     // path
-// Also for the address lists. Kept for compatibility: log searches match it.
+// Kept for compatibility, also for the address lists: log searches match this text.
 constexpr char kNoInterfaceName[] = "Unable to get interface name for registry key [%s]";  // path
 
 constexpr char kInterfacesKey[] = "SOFTWARE\\Vantrel\\Zephon\\Mode\\Interfaces\\";
@@ -49,7 +49,7 @@ bool IsGatewayInterface(const std::string& name) {
     return boost::algorithm::contains(boost::algorithm::to_lower_copy(name), kInterfaceMarker);
 }
 
-/// Opens a key under HKEY_LOCAL_MACHINE without creating it; null when that fails.
+/// Opens an existing key under HKEY_LOCAL_MACHINE; returns null on failure.
 RegKey OpenKey(const std::string& path) {
     HKEY key = nullptr;
     if (::RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, kRegReadWrite, &key) != ERROR_SUCCESS)
@@ -65,7 +65,7 @@ public:
                                                                            "GetAdaptersInfo"};
 };
 
-/// How often the system is asked again because adapters came while it answered.
+/// Maximum number of calls if adapters are added between them.
 constexpr int kMaxTries = 8;
 
 template <std::size_t N>
@@ -84,10 +84,10 @@ Adapter ToAdapter(const IP_ADAPTER_INFO& info) {
     return adapter;
 }
 
-/// Asks the system for its network adapters, in its order. False if the IP Helper library or its
-/// answer is missing. A machine without adapters gives an empty list.
+/// Appends the system's network adapters, in its order. Returns false if the IP Helper library is
+/// missing or fails. A machine without adapters has an empty list.
 bool GetAdapters(std::vector<Adapter>& adapters) {
-    // Held until the process ends: a run asks once per scope.
+    // Loaded once per process, because this is called for each scope.
     static CIpHelper helper;
     std::vector<IP_ADAPTER_INFO> buffer(16);
     DWORD error = ERROR_BUFFER_OVERFLOW;
@@ -132,7 +132,7 @@ HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeIpInfo(const std::string& scopeId) {
             m_output,
             Format(kScopeIpInfo, scopeId.c_str(), scopeIpAddress.c_str(), scopeIpMask.c_str()),
             true);
-    // These names are part of the traced texts.
+    // Kept for compatibility: log searches match these names in the traced texts.
     const std::string scopeIpAddressString = "Address";
     const std::string scopeNetMaskString = "Mask";
     RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, scopesEntry,
@@ -159,7 +159,7 @@ HRESULT CDHCPSegmentInfoImpl::GetAdapterInfoForScopeUsingIpConf(const std::strin
         DT_TRACE(kTraceError, "%s is NULL", "ipConf");
         return E_POINTER;
     }
-    // "Zehp-On" is kept for compatibility: log searches match it.
+    // Kept for compatibility: log searches match "Zehp-On".
     DT_TRACE(kTraceRecord, "Searching for Network ID on Zehp-On interface [%s]", scopeId.c_str());
     for (const Adapter& adapter : adapters) {
         if (!IsGatewayInterface(adapter.displayName))
