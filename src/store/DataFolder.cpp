@@ -55,7 +55,7 @@ void CDataFolder::ReadOrRecordPath() {
     const LSTATUS error = ::RegCreateKeyExA(HKEY_LOCAL_MACHINE, kDataKey, 0, nullptr, 0,
                                             kRegReadWrite, nullptr, &opened, nullptr);
     if (error != ERROR_SUCCESS) {
-        // The store is then looked for in the root of the current drive.
+        // The path stays empty: the store is then expected in the root of the current drive.
         DT_TRACE(kTraceError, "Unable to open or create registry key [%s], error [%ld]", kDataKey,
                  error);
         return;

@@ -2,16 +2,17 @@
 
 #include <windows.h>
 
-/// Creates each directory along the path, first to last; existing ones and drive roots are passed
-/// over. Runs of "/" and "\" separate, a leading one is dropped. E_FAIL for an empty path only.
+/// Creates each directory of the path in order; skips existing ones and drive roots. "/" and "\",
+/// also repeated, are separators. Drops leading separators: a path on a share becomes relative.
+/// Ignores directories that can't be created; returns E_FAIL only for an empty path.
 HRESULT CreateDirectoryChain(const char* path);
 
-/// The folder that holds the gateway's configuration file, from the registry; the temporary folder,
-/// recorded there for the next run, when the registry holds no usable text.
+/// The folder of the gateway's configuration file, from the registry. If the registry holds no
+/// usable text, the temporary folder, which is then recorded there for the next run.
 class CDataFolder {
 public:
-    /// Without its last separator, in the ANSI code page; empty when the registry key can neither
-    /// be opened nor made. The folder is created. The first call resolves it.
+    /// Returns the folder without a final separator, in the ANSI code page; empty if the registry
+    /// key can't be opened or made. The first call reads the registry and creates the folder.
     const char* Get();
 
 private:

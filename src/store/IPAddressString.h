@@ -3,19 +3,17 @@
 #include <cstdint>
 #include <string>
 
-/// An IPv4 address as text or as a 32-bit number in host order (first octet most significant).
-///
-/// Each construction fills only the side that its callers read: from a number the text, while
-/// Number() stays 0; from a text the number, while Text() stays empty.
+/// Converts an IPv4 address between text and a 32-bit number in host order (first octet most
+/// significant). Sets only the other form: a number gets a Text(), but Number() is 0; a text gets a
+/// Number(), but Text() is empty.
 class CIPAddressString {
 public:
-    /// The number of a text that is not an address; the same as that of 255.255.255.255.
+    /// The number of a text that is not an address; the same as 255.255.255.255.
     static constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;
 
     explicit CIPAddressString(std::uint32_t hostOrderAddress);
-    /// Takes exactly four decimal octets without leading zeros (decision 0001). Not the short and
-    /// octal forms that inet_addr reads as well: they would silently move a host to another
-    /// address.
+    /// Accepts exactly four decimal octets without leading zeros (decision 0001). The short and
+    /// octal forms that inet_addr accepts would silently give a host another address.
     explicit CIPAddressString(const char* text);
 
     const char* Text() const { return m_text; }
@@ -34,13 +32,13 @@ inline std::string AddressText(std::uint32_t hostOrderAddress) {
     return CIPAddressString(hostOrderAddress).Text();
 }
 
-// Address arithmetic of a scope, on numbers in host order. Nothing is checked, sums wrap.
+// Address arithmetic on numbers in host order. Arguments are not checked; sums wrap.
 
 inline constexpr std::uint32_t NetworkAddress(std::uint32_t address, std::uint32_t mask) {
     return address & mask;
 }
 
-/// The address after the network id as it is written, host bits included.
+/// The address after the network id as it is written, even if that has host bits.
 inline constexpr std::uint32_t FirstHostAddress(std::uint32_t networkId) {
     return networkId + 1;
 }

@@ -17,9 +17,8 @@ namespace {
 
 constexpr char kTraceFile[] = "InterfaceId";
 
-// Only registrations for the whole machine count. HKEY_CLASSES_ROOT would merge in the user's own:
-// any program of the same user can write those, and could have this elevated one load its file. COM
-// ignores them in an elevated process for the same reason.
+// Registrations for the whole machine only. HKEY_CLASSES_ROOT adds the user's own: any program of
+// the user could make this elevated one load its file. COM ignores them in elevated processes, too.
 constexpr wchar_t kClasses[] = L"SOFTWARE\\Classes\\";
 
 using FoundId = std::optional<IID>;
@@ -28,7 +27,7 @@ struct ComRelease {
     void operator()(IUnknown* object) const noexcept { object->Release(); }
 };
 
-/// The default value of a key below the classes; empty if there is none.
+/// Returns the default value of a key below kClasses; empty if it has none.
 std::wstring ClassesText(const std::wstring& key) {
     wchar_t text[1024];
     DWORD bytes = sizeof(text);
@@ -38,7 +37,7 @@ std::wstring ClassesText(const std::wstring& key) {
                : L"";
 }
 
-/// Calls visit with the path and the name of each key below this one until it returns an id.
+/// Calls visit with the path and the name of each subkey until visit returns an id.
 template <class Visit>
 FoundId FindInSubkeys(const std::wstring& key, const Visit& visit) {
     HKEY opened = nullptr;
@@ -66,8 +65,8 @@ bool HasName(ITypeLib& library, UINT index) {
     return same;
 }
 
-/// The id, if it is that of an interface derived directly from IUnknown. With one that has
-/// IDispatch's functions before its own, our first call would land in GetTypeInfoCount.
+/// Returns the id of an interface that derives directly from IUnknown. On a dispatch interface our
+/// first call would reach IDispatch::GetTypeInfoCount.
 FoundId CustomInterfaceId(ITypeInfo& info) {
     TYPEATTR* attributes = nullptr;
     if (FAILED(info.GetTypeAttr(&attributes)))
@@ -79,10 +78,9 @@ FoundId CustomInterfaceId(ITypeInfo& info) {
     return isCustom ? FoundId(id) : std::nullopt;
 }
 
-/// Looks into the type library in a file.
+/// Finds the id in the type library of a file.
 FoundId FindInFile(const std::wstring& file) {
-    // LoadTypeLibEx searches for a relative path, and takes a text that is not a file for a
-    // moniker.
+    // LoadTypeLibEx would search for a relative path and read any other text as a moniker.
     const bool absolute = file.find(L":\\") == 1 || file.rfind(L"\\\\", 0) == 0;
     if (!absolute || ::GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES)
         return std::nullopt;
@@ -102,7 +100,7 @@ FoundId FindInFile(const std::wstring& file) {
     return std::nullopt;
 }
 
-/// Looks into the library registered for the class: TypeLib\{id}\version\language\platform.
+/// Finds the id in the class's registered library: TypeLib\{id}\version\language\platform.
 FoundId FindInRegisteredLibrary(const std::wstring& classKey) {
     const std::wstring libraryId = ClassesText(classKey + L"\\TypeLib");
     if (libraryId.empty())
@@ -115,7 +113,7 @@ FoundId FindInRegisteredLibrary(const std::wstring& classKey) {
     });
 }
 
-/// The file in a server's command line, which may have quotation marks and arguments.
+/// Returns the file of a server's command line, which may have quotation marks and arguments.
 std::wstring ServerFile(const std::wstring& commandLine) {
     if (commandLine.rfind(L'"', 0) == 0)
         return commandLine.substr(1, commandLine.find(L'"', 1) - 1);

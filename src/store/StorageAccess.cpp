@@ -38,7 +38,7 @@ CStorageAccess::~CStorageAccess() {
 }
 
 void CStorageAccess::Close() {
-    // A component that could not be opened is released only.
+    // A component that could not be opened is only released.
     if (m_opened)
         m_storageAccess->Uninitialize();
     m_opened = false;

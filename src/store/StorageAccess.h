@@ -17,9 +17,8 @@ public:
     CStoragePtr(const CStoragePtr&) = delete;
     CStoragePtr& operator=(const CStoragePtr&) = delete;
 
-    /// Creates the component and asks it for its interface. The id of the interface is found once
-    /// per run: beside a component that does not publish it, each search walks the whole registry
-    /// of interfaces.
+    /// Creates the component and queries its interface. Finds the interface id only once per run,
+    /// because the search may walk the whole registry of interfaces.
     HRESULT CoCreateInstance(const wchar_t* progId);
     void Release();
     IZakStorageDB* operator->() const { return p; }
@@ -28,8 +27,8 @@ public:
     IZakStorageDB* p = nullptr;
 };
 
-/// Base of the work classes: the gateway's configuration store, opened through its COM component.
-/// Failures are traced here and returned as the failing call's result.
+/// Base of the work classes: opens the gateway's configuration store through its COM component.
+/// Failures are traced here; the failed call's result is returned.
 class CStorageAccess {
 public:
     CStorageAccess() = default;
@@ -42,8 +41,7 @@ protected:
     /// Enters COM (multithreaded), creates the component and opens the configuration file. After a
     /// failure the component is released and m_storageAccess is null.
     HRESULT Initialize();
-    /// Closes the file, releases the component and leaves COM. Does nothing if none is held. Always
-    /// returns S_OK.
+    /// Closes the file, releases the component and leaves COM, if open. Always returns S_OK.
     HRESULT Uninitialize();
     /// Lists the entries of a section. Returns false, without a trace, if the store is not open,
     /// the call fails or the result is not a list.

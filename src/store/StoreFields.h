@@ -4,23 +4,23 @@
 
 #include "win/ComTypes.h"
 
-/// One value of a store entry that a record is made of.
+/// One value that a record needs from a store entry.
 struct StoreField {
-    std::wstring_view valueName;  // matched without regard to case
-    VARTYPE type;                 // what the record needs
-    const char* conversionText;   // the expression a failed conversion is traced with
+    std::wstring_view valueName;  // case-insensitive
+    VARTYPE type;                 // to convert to
+    const char* conversionText;   // traced if the conversion fails
 };
 
-/// What went wrong, for the caller to trace; nothing did if hr is a success.
+/// A failure for the caller to trace; none if hr is a success.
 struct StoreFailure {
     HRESULT hr = S_OK;
     const char* text = nullptr;
 };
 
-/// Fills values[k] for fields[k] from the pairs name, value, name, value, ... and then converts
-/// them in table order. An absent value stays VT_EMPTY and is converted like one; a later pair of
-/// the same name overwrites an earlier one, whatever it holds; a last name without a value is
-/// ignored. Stops at the first failure. nameText is the expression of a name that is not a text.
+/// Sets values[k] to the value of fields[k] in the pairs name, value, name, value, ..., then
+/// converts all in table order. A missing value is converted from VT_EMPTY. Of several values of
+/// one name the last counts. A last name without a value is ignored. Stops at the first failure.
+/// nameText: traced if a name can't be converted to a text.
 StoreFailure ReadFields(const ArrayView& pairs, const char* nameText, const StoreField* fields,
                         CComVariant* values, std::size_t count);
 
