@@ -21,7 +21,7 @@ constexpr char kFilters[] =  // pairs of text and pattern; the literal's own NUL
     "CSV Files (*.csv)\0*.csv\0"
     "Text Files (*.txt)\0*.txt\0"
     "All Files (*.*)\0*.*\0";
-// Kept for compatibility: not the bare extension that the system's documentation asks for.
+// Kept for compatibility: Windows documents the bare extension ("csv") here.
 constexpr char kDefaultExtension[] = "*.csv";
 constexpr DWORD kFileBufferBytes = 256;
 
@@ -33,7 +33,7 @@ public:
     CEntry<BOOL(OPENFILENAMEA* request)> GetOpenFileName{*this, "GetOpenFileNameA"};
 };
 
-/// Shows the standard dialog; false if the user cancels it or the system has none.
+/// Shows the standard dialog; returns false if the user cancels it or it can't be loaded.
 bool ShowFileDialog(bool save, OPENFILENAMEA& request) {
     static CCommonDialogs dialogs;
     const DWORD error = dialogs.Load();
@@ -42,8 +42,8 @@ bool ShowFileDialog(bool save, OPENFILENAMEA& request) {
     return (save ? dialogs.GetSaveFileName(&request) : dialogs.GetOpenFileName(&request)) != FALSE;
 }
 
-/// Restores the current folder at the end: the standard dialog changes it, and a relative name of
-/// the log file is opened anew for each message.
+/// Restores the current folder, which the standard dialog changes: a relative log file name is
+/// resolved again for each message.
 class CCurrentFolder {
 public:
     CCurrentFolder() : m_path(::GetCurrentDirectoryW(0, nullptr), L'\0') {
@@ -93,7 +93,7 @@ INT_PTR CALLBACK CFileNameInput::DialogProc(HWND window, UINT message, WPARAM wP
         ::SetWindowLongPtrA(window, DWLP_USER, lParam);
         reinterpret_cast<CFileNameInput*>(lParam)->m_window = window;
     }
-    // The system handles the messages that come before WM_INITDIALOG.
+    // Windows handles the messages before WM_INITDIALOG.
     auto* const dialog = reinterpret_cast<CFileNameInput*>(::GetWindowLongPtrA(window, DWLP_USER));
     if (!dialog)
         return FALSE;
@@ -140,7 +140,7 @@ void CFileNameInput::OnInitDialog() {
 }
 
 void CFileNameInput::OnClickedFile() {
-    // What was typed is what gets proposed.
+    // Propose the name that the user typed.
     m_fileName = EditedText();
     if (m_fileName.empty())
         SetDefaultOutputFileName(kDefaultFileName);

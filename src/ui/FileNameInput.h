@@ -5,8 +5,7 @@
 #include <exception>
 #include <string>
 
-/// The modal dialog that asks for the CSV file of a command that was given none. One object serves
-/// one prompt.
+/// Modal dialog for the CSV file name that a command line lacks. One object shows one dialog.
 class CFileNameInput {
 public:
     /// Proposes "DHCPInfo.csv" in the program's folder, as an output file.
@@ -15,13 +14,12 @@ public:
     CFileNameInput(const CFileNameInput&) = delete;
     CFileNameInput& operator=(const CFileNameInput&) = delete;
 
-    /// Proposes this name in the program's folder. The proposal stays as it was if the system does
-    /// not give the program's path.
+    /// Proposes this name in the program's folder. Does nothing if that folder can't be found.
     void SetDefaultOutputFileName(const std::string& fileName);
-    /// True: "File ..." asks where to save. False: it asks what to open.
+    /// True: "File ..." opens a save dialog. False: an open dialog.
     void SetOutputMode(bool outputMode) { m_outputMode = outputMode; }
-    /// Returns IDOK or IDCANCEL; -1 if the dialog can't be shown, as without a display. Throws what
-    /// a handler threw. owner: null for none.
+    /// Returns IDOK, IDCANCEL, or -1 if the dialog can't be shown (no display, for example).
+    /// Rethrows the exception of a handler. owner may be null.
     INT_PTR DoModal(HWND owner);
     /// The user's choice; valid only after DoModal returned IDOK.
     const std::string& GetFileName() const { return m_fileName; }
@@ -32,7 +30,7 @@ private:
     void OnInitDialog();
     void OnClickedFile();
     void OnClickedOK();
-    /// The whole text of the edit control, whatever its length.
+    /// Returns the whole text of the edit control, whatever its length.
     std::string EditedText() const;
 
     bool m_outputMode = true;
