@@ -5,7 +5,7 @@
 bool GetModulePath(HMODULE module, ModulePath& path) {
     char whole[MAX_PATH] = "";
     const DWORD length = ::GetModuleFileNameA(module, whole, MAX_PATH);
-    // A full buffer holds a truncated path: its last "\" is that of some other folder.
+    // A full buffer holds a truncated path, whose last "\" may not precede the file name.
     if (length == 0 || length >= MAX_PATH)
         return false;
     const char* folderEnd = whole;

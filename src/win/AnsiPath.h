@@ -1,5 +1,5 @@
-// Paths in the ANSI code page. In a double-byte one the second byte of a character may be the code
-// of "\", so these texts are walked by characters (CharNextA).
+// Paths in the ANSI code page. In a double-byte code page the second byte of a character may be
+// "\", so walk through these texts with CharNextA.
 #pragma once
 
 #include <windows.h>
@@ -12,16 +12,15 @@ struct ModulePath {
     std::string fileName;  // with its extension
 };
 
-/// Splits the path of a module's file; null is the running program. Returns false, with both texts
-/// unchanged, if the system gives no path or one of more than 259 characters.
+/// Splits the path of a module's file; null is the running program. Returns false and leaves path
+/// unchanged if the system has no path, or one of more than 259 characters.
 bool GetModulePath(HMODULE module, ModulePath& path);
 
-/// The longest path that GetTempPathA gives, with its terminator.
+/// Holds the longest path that GetTempPathA returns, with its terminator.
 using TemporaryPath = char[MAX_PATH + 2];
 
-/// The temporary folder, ending in a separator; ".\" if the system gives none. Allocates nothing.
+/// Gets the temporary folder, with a separator at the end; ".\" on failure. Allocates nothing.
 void GetTemporaryFolder(TemporaryPath& path);
 
-/// Size in bytes of the longest beginning of a text that holds whole characters only and at most
-/// `maxBytes` bytes.
+/// Returns the bytes of the longest prefix of whole characters that fits in maxBytes bytes.
 std::size_t WholeCharacters(const char* text, std::size_t maxBytes);

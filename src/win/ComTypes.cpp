@@ -47,7 +47,7 @@ std::string CComVariant::Narrow() const {
 
 ArrayView::ArrayView(const VARIANT& result) {
     SAFEARRAY* const array = IsArrayOfVariants(result) ? result.parray : nullptr;
-    // The label may lie: elements of another size would be read across their ends.
+    // The VARIANT's type may be wrong: elements of another size would be read across their ends.
     if (!array || ::SafeArrayGetDim(array) != 1 || ::SafeArrayGetElemsize(array) != sizeof(VARIANT))
         return;
     LONG lower = 0;

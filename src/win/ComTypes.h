@@ -1,6 +1,5 @@
-// Owners of COM resources, under the names that the traced expression texts use, such as
-// "CComBSTR(scopeId.c_str())" in the store calls, so that the traced text is the code itself. Only
-// the members this tool needs.
+// Owners of COM resources. Their names are part of traced expressions, such as
+// "CComBSTR(scopeId.c_str())", that log searches match.
 #pragma once
 
 #include <windows.h>
@@ -10,8 +9,8 @@
 #include <cstddef>
 #include <string>
 
-/// A BSTR that needs no allocation, for constants: the text with its length in bytes before it, as
-/// COM lays it out. Callees only read it.
+/// A constant BSTR that needs no allocation: the length in bytes, then the text, as COM expects.
+/// Callees must not change it.
 template <std::size_t N>
 class CConstantBstr {
 public:
@@ -30,7 +29,7 @@ private:
 class CComBSTR {
 public:
     CComBSTR() = default;
-    /// From narrow text in the thread's ANSI code page.
+    /// text: narrow, in the thread's ANSI code page.
     explicit CComBSTR(const char* text);
     ~CComBSTR() { ::SysFreeString(m_str); }
     CComBSTR(const CComBSTR&) = delete;
@@ -47,24 +46,23 @@ private:
 class CComVariant : public VARIANT {
 public:
     CComVariant() { ::VariantInit(this); }
-    /// A VT_BSTR from narrow text in the thread's ANSI code page.
+    /// Makes a VT_BSTR. text: narrow, in the thread's ANSI code page.
     explicit CComVariant(const char* text);
     ~CComVariant() { ::VariantClear(this); }
     CComVariant(const CComVariant&) = delete;
     CComVariant& operator=(const CComVariant&) = delete;
 
-    /// Deep copy, replacing the present content; both sides own theirs.
+    /// Replaces the content by a deep copy.
     HRESULT CopyFrom(const VARIANT& source);
-    /// Converts in place; a failure leaves the content as it was.
+    /// Converts in place; a failure leaves the content unchanged.
     HRESULT ChangeType(VARTYPE type) {
         return vt == type ? S_OK : ::VariantChangeType(this, this, 0, type);
     }
-    /// The text of a VT_BSTR as narrow text; a null BSTR is the empty text.
+    /// Returns the text of a VT_BSTR as narrow text; empty for a null BSTR or another type.
     std::string Narrow() const;
 };
 
-/// Keeps the thread in the multithreaded apartment. A thread that had entered COM in another mode
-/// before stays in that one, and is not taken out of it.
+/// Keeps a thread in the multithreaded apartment. A thread in another apartment stays there.
 class CComApartment {
 public:
     CComApartment() = default;
@@ -85,15 +83,14 @@ private:
     bool m_entered = false;
 };
 
-/// Whether a store call gave a list at all; any other type counts as an empty result.
+/// True if a store call returned a list; any other type counts as an empty result.
 inline bool IsArrayOfVariants(const VARIANT& result) {
     return result.vt == (VT_ARRAY | VT_VARIANT);
 }
 
-/// The elements of an array of variants while this object lives, from its lower bound on; borrows
-/// the array. A null array, one without data, another type, elements of another size or more
-/// dimensions than one hold no elements. Throws std::system_error when the array can't be locked or
-/// measured.
+/// Locks an array of variants for access to its elements, from the lower bound on. Borrows the
+/// array. Empty if the array is null, has no data, another type, another element size or several
+/// dimensions. Throws std::system_error if the array can't be locked or measured.
 class ArrayView {
 public:
     explicit ArrayView(const VARIANT& result);

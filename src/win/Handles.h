@@ -1,4 +1,4 @@
-// Owners of handles. Null is no handle.
+// Owners of handles. Null means no handle.
 #pragma once
 
 #include <windows.h>
@@ -17,7 +17,7 @@ struct RegKeyClose {
 };
 using RegKey = std::unique_ptr<HKEY, RegKeyClose>;
 
-/// Opens a file as CreateFileA does. Null when that fails; GetLastError has the code.
+/// Calls CreateFileA. Returns null on failure; GetLastError has the code.
 inline Handle OpenFileHandle(const char* path, DWORD access, DWORD share, DWORD disposition,
                              DWORD flags = FILE_ATTRIBUTE_NORMAL) {
     const HANDLE file = ::CreateFileA(path, access, share, nullptr, disposition, flags, nullptr);

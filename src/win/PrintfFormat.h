@@ -1,7 +1,7 @@
 #pragma once
 
-// Lets the compiler check format texts against their arguments. Positions count from 1; a member
-// function's `this` is argument 1.
+// Lets the compiler check formats against their arguments. Positions count from 1, which in a
+// member function is `this`.
 #if defined(__GNUC__)
 #define DT_PRINTF_FORMAT(formatIndex, firstArgument) \
     __attribute__((format(gnu_printf, formatIndex, firstArgument)))

@@ -4,14 +4,14 @@
 
 #include <type_traits>
 
-/// For libraries of the system. The program runs elevated, so they must not be searched for in a
-/// folder that others may write to, such as the current one or one of PATH.
+/// Search flags for system libraries. The program runs elevated, so it must not search folders that
+/// other users may write to, such as the current folder or those in PATH.
 constexpr DWORD kSystemLibrary = LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
 
 class CLibraryEntry;
 
-/// A library that is loaded by its first use, once (decision 0005). Its entries are CEntry members
-/// of a derived class. A library that lacks one of them counts as missing.
+/// A library that is loaded once, on first use (decision 0005). Derived classes declare its entries
+/// as CEntry members. A library that lacks an entry counts as missing.
 class CRuntimeLibrary {
 public:
     /// flags: those of LoadLibraryEx. fileName must outlive the object.
@@ -19,12 +19,12 @@ public:
     CRuntimeLibrary(const CRuntimeLibrary&) = delete;
     CRuntimeLibrary& operator=(const CRuntimeLibrary&) = delete;
 
-    /// Returns 0 if the library is there with all its entries, otherwise the system's code: usually
-    /// 126 for a missing library, 127 for a missing entry. Remembers the result.
+    /// Returns 0 if the library has all its entries, otherwise the system's code: usually 126 for a
+    /// missing library, 127 for a missing entry. Later calls return the same code.
     DWORD Load();
-    /// The first entry that the loaded library lacks; null if it lacks none or was not loaded.
+    /// The first entry that the loaded library lacks; null if none, or if the library is missing.
     const char* MissingEntry() const { return m_missingEntry; }
-    /// After this no entry may be called.
+    /// No entry may be called afterwards.
     void Unload();
 
 private:
@@ -40,7 +40,7 @@ private:
     DWORD m_error = ERROR_SUCCESS;
 };
 
-/// What an entry of any signature has. Entries are looked up in the order of their construction.
+/// The part of an entry that needs no signature. Entries are looked up in order of construction.
 class CLibraryEntry {
 public:
     CLibraryEntry(CRuntimeLibrary& library, const char* name) : m_library(library), m_name(name) {
@@ -64,14 +64,13 @@ private:
 template <class Signature>
 class CEntry;
 
-/// An entry, declared once with its signature and name, and called like a function.
+/// A library entry, declared with its signature and name, and called like a function.
 template <class Result, class... Arguments>
 class CEntry<Result(Arguments...)> : public CLibraryEntry {
 public:
     using CLibraryEntry::CLibraryEntry;
 
-    /// Loads the library if need be. If that fails, a DWORD result is the system's code, any other
-    /// result is zero.
+    /// Loads the library if needed. On failure a DWORD result is the system's code, any other is 0.
     Result operator()(Arguments... arguments) {
         using Function = Result(WINAPI*)(Arguments...);
         const DWORD error = m_library.Load();

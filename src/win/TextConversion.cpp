@@ -7,10 +7,10 @@
 
 namespace {
 
-/// No ANSI code page, UTF-8 included, has more bytes for a UTF-16 unit.
+/// The maximum for all ANSI code pages, UTF-8 included.
 constexpr std::size_t kMaxBytesPerUnit = 4;
 
-/// The size of a converted text as the system gave it, without its terminator.
+/// Returns the size of a converted text without its terminator. Throws if the conversion failed.
 std::size_t CheckedLength(int size, const char* call) {
     if (size <= 0)
         throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(), call);

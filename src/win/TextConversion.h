@@ -1,13 +1,13 @@
-// Texts that cross COM or the DHCP API: narrow ones are in the thread's ANSI code page. A text that
-// the system can't convert throws std::system_error. An empty text in its place would be dangerous:
-// as a server name it means the local machine.
+// Conversion of texts for COM and the DHCP API. Narrow texts are in the thread's ANSI code page. A
+// failed conversion throws std::system_error. An empty string would be dangerous: as a server name
+// it means the local machine.
 #pragma once
 
 #include <string>
 
-/// Narrow copy of a UTF-16 text. Null gives an empty text; a character that the code page lacks
-/// becomes its default character.
+/// Converts UTF-16 to narrow text; null becomes an empty text. A character that the code page lacks
+/// becomes the default character of the code page.
 std::string NarrowText(const wchar_t* text);
 
-/// UTF-16 copy of a narrow text.
+/// Converts narrow text to UTF-16.
 std::wstring WideText(const std::string& text);
