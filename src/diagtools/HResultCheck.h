@@ -18,13 +18,13 @@ HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
 
 }  // namespace DiagTools
 
-#define LOG_IF_FAILED_AS(text, expression)                       \
-    do {                                                         \
-        const HRESULT dtResult_ = (expression);                  \
-        if (FAILED(dtResult_)) {                                 \
-            DT_FUNCTION();                                       \
-            DiagTools::CheckHResult(DT_HERE, (text), dtResult_); \
-        }                                                        \
+#define LOG_IF_FAILED(...)                                             \
+    do {                                                               \
+        const HRESULT dtResult_ = (__VA_ARGS__);                       \
+        if (FAILED(dtResult_)) {                                       \
+            DT_FUNCTION();                                             \
+            DiagTools::CheckHResult(DT_HERE, #__VA_ARGS__, dtResult_); \
+        }                                                              \
     } while (false)
 
 #define RETURN_IF_FAILED_AS(text, expression)                           \
@@ -36,7 +36,6 @@ HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
         }                                                               \
     } while (false)
 
-#define LOG_IF_FAILED(...) LOG_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 #define RETURN_IF_FAILED(...) RETURN_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 
 // Decision 0002. Goes after a try block in a loop over records: one bad record must not stop the

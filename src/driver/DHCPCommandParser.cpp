@@ -10,9 +10,10 @@
 #include "clients/DHCPClientInfoImpl.h"
 #include "clients/MACUpdateImpl.h"
 #include "dhcpserver/DhcpOptions.h"
+#include "diagtools/EventLogWriter.h"
 #include "diagtools/HResultCheck.h"
+#include "diagtools/ModuleStatistics.h"
 #include "driver/CommandLineOptions.h"
-#include "driver/CommandSummary.h"
 #include "driver/DHCPErrorMsg.h"
 #include "driver/DriverTexts.h"
 #include "driver/output/OutputMsg.h"
@@ -40,6 +41,14 @@ public:
 private:
     std::string m_name;
 };
+
+/// Writes the event of a command that changed something or failed (decision 0021), so that an
+/// administrator can later see in the event log what an installer ran.
+void WriteEvent(bool clean, const std::string& text) {
+    constexpr DWORD kCommandEventId = 1;
+    DiagTools::CEventLogWriter::Report(clean ? EVENTLOG_INFORMATION_TYPE : EVENTLOG_WARNING_TYPE,
+                                       kCommandEventId, text.c_str());
+}
 
 }  // namespace
 
@@ -127,9 +136,23 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
     for (const Command& command : kCommands) {
         if (variables.count(command.option) == 0)
             continue;
-        CCommandSummary summary(command.option, command.changes);
-        summary.SetExecuted((!command.needsServer || HasServerAddress()) &&
-                            command.run(*this, variables[command.option]));
+        using DiagTools::CModuleStatistics;
+        const unsigned long errorsBefore = CModuleStatistics::ErrorLines();
+        try {
+            const bool executed = (!command.needsServer || HasServerAddress()) &&
+                                  command.run(*this, variables[command.option]);
+            const unsigned long errors = CModuleStatistics::ErrorLines() - errorsBefore;
+            if (command.changes || errors != 0)
+                WriteEvent(executed && errors == 0,
+                           executed ? Format("Command [%s] executed, error lines traced [%lu].",
+                                             command.option, errors)
+                                    : Format("Command [%s] not executed.", command.option));
+        } catch (const std::exception&) {
+            WriteEvent(false,
+                       Format("Command [%s] ended by an exception, error lines traced [%lu].",
+                              command.option, CModuleStatistics::ErrorLines() - errorsBefore));
+            throw;
+        }
         return;
     }
     DisplayHelp(description);

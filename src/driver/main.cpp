@@ -21,17 +21,13 @@ void KeepCurrentFolderOutOfDllSearch() {
     ::SetDllDirectoryA(length > 0 && length < MAX_PATH ? systemFolder : "");
 }
 
-/// A damaged library or an empty drive must not block an unattended run with a message box.
-void KeepSystemBoxesAway() {
-    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-}
-
 }  // namespace
 
 /// Always returns 0: installers treat any other exit code as a failed installation. Failures appear
 /// in the messages and the trace.
 int main(int argc, char** argv) {
-    KeepSystemBoxesAway();
+    // A damaged library or an empty drive must not block an unattended run with a message box.
+    ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
     // The first call allocates memory or aborts the program: better here than in a destructor.
     [[maybe_unused]] const volatile int none = std::uncaught_exceptions();
     KeepCurrentFolderOutOfDllSearch();
