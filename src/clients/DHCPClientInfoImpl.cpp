@@ -105,7 +105,7 @@ HRESULT CDHCPClientInfoImpl::GetDHCPClientInfo(BSTR clientGuid, std::string& lin
     CComVariant values[kFieldCount];
     const StoreFailure failure =
         ReadFields(ArrayView(clientInfoArray), "clientInfoPropName.ChangeType(VT_BSTR)",
-                   kClientFields, values);
+                   kClientFields, values, std::size(values));
     RETURN_IF_FAILED_AS(failure.text, failure.hr);
 
     ClientFields fields(kFieldCount);

@@ -73,17 +73,13 @@ CNetshCommands::~CNetshCommands() {
     if (std::uncaught_exceptions() != m_exceptionsBefore)
         return;
     try {
-        WriteTrailer();
+        AddCommandToBatchFile("\n", false);
+        AddCommandToBatchFile(kSeparator, false);
+        AddCommandToBatchFile(Format(kTrailer, m_server.c_str()), false);
+        AddCommandToBatchFile(kTrailerAdvice, false);
+        AddCommandToBatchFile(kSeparator, false);
     }
     CATCH_RECORD()
-}
-
-void CNetshCommands::WriteTrailer() {
-    AddCommandToBatchFile("\n", false);
-    AddCommandToBatchFile(kSeparator, false);
-    AddCommandToBatchFile(Format(kTrailer, m_server.c_str()), false);
-    AddCommandToBatchFile(kTrailerAdvice, false);
-    AddCommandToBatchFile(kSeparator, false);
 }
 
 void CNetshCommands::AddCommandToBatchFile(const std::string& line, bool display) {

@@ -46,7 +46,6 @@ public:
                                           const std::string& mask, const std::string& mac);
 
 private:
-    void WriteTrailer();
     void AddCommentBlock(const std::string& comment);
 
     std::string m_fileName;

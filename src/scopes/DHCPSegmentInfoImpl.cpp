@@ -103,8 +103,9 @@ HRESULT CDHCPSegmentInfoImpl::GetDHCPScopeInfo(const std::string& scopeId, std::
         return S_OK;
     DT_TRACE(kTraceDetail, "Information for scope [%s] retrieved successfully", scopeId.c_str());
     CComVariant values[std::size(kScopeFields)];
-    const StoreFailure failure = ReadFields(
-        ArrayView(scopeInfoArray), "scopeInfoPropName.ChangeType(VT_BSTR)", kScopeFields, values);
+    const StoreFailure failure =
+        ReadFields(ArrayView(scopeInfoArray), "scopeInfoPropName.ChangeType(VT_BSTR)", kScopeFields,
+                   values, std::size(values));
     RETURN_IF_FAILED_AS(failure.text, failure.hr);
     const std::string name = values[kName].Narrow();
     std::string adapterIpAddressString = values[kAddress].Narrow();

@@ -23,9 +23,3 @@ struct StoreFailure {
 /// nameText: traced if a name can't be converted to a text.
 StoreFailure ReadFields(const ArrayView& pairs, const char* nameText, const StoreField* fields,
                         CComVariant* values, std::size_t count);
-
-template <std::size_t N>
-StoreFailure ReadFields(const ArrayView& pairs, const char* nameText, const StoreField (&fields)[N],
-                        CComVariant (&values)[N]) {
-    return ReadFields(pairs, nameText, fields, values, N);
-}

@@ -108,25 +108,18 @@ INT_PTR CALLBACK CFileNameInput::DialogProc(HWND window, UINT message, WPARAM wP
 }
 
 bool CFileNameInput::OnMessage(UINT message, WPARAM wParam) {
-    if (message == WM_INITDIALOG) {
+    const bool clicked = message == WM_COMMAND && HIWORD(wParam) == BN_CLICKED;
+    if (message == WM_INITDIALOG)
         OnInitDialog();
-        return true;
-    }
-    if (message != WM_COMMAND || HIWORD(wParam) != BN_CLICKED)
+    else if (clicked && LOWORD(wParam) == IDC_BROWSE)
+        OnClickedFile();
+    else if (clicked && LOWORD(wParam) == IDOK)
+        OnClickedOK();
+    else if (clicked && LOWORD(wParam) == IDCANCEL)  // also for Escape and the close box
+        ::EndDialog(m_window, IDCANCEL);
+    else
         return false;
-    switch (LOWORD(wParam)) {
-        case IDC_BROWSE:
-            OnClickedFile();
-            return true;
-        case IDOK:
-            OnClickedOK();
-            return true;
-        case IDCANCEL:  // also for Escape and the close box
-            ::EndDialog(m_window, IDCANCEL);
-            return true;
-        default:
-            return false;
-    }
+    return true;
 }
 
 void CFileNameInput::OnInitDialog() {
