@@ -45,22 +45,22 @@ HRESULT CMACUpdateImpl::UpdateMACForClient(BSTR clientID) {
     const std::string storedMac = macAddress.Narrow();
     CMACAddress clientMacAddress;
     clientMacAddress.FromString(storedMac);
-    if (clientMacAddress.IsPrefixValid()) {
-        if (IsDetailWanted(m_output))
-            DisplayThrough(
-                m_output,
-                Format(kCheckingMac, clientName.Narrow().c_str(), storedMac.c_str()) + kRecordDone,
-                true);
+    const bool valid = clientMacAddress.IsPrefixValid();
+    if (valid && !IsDetailWanted(m_output))
+        return S_OK;
+    const std::string checking =
+        Format(kCheckingMac, clientName.Narrow().c_str(), storedMac.c_str());
+    if (valid) {
+        DisplayThrough(m_output, checking + kRecordDone, true);
         return S_OK;
     }
     clientMacAddress.SetPrefix(0x00, 0x04, 0x70);
     const bool kept = MakeUnique(clientMacAddress);
     const std::string changed = clientMacAddress.ToString();
-    DisplayThrough(
-        m_output,
-        Format(kCheckingMac, clientName.Narrow().c_str(), storedMac.c_str()) +
-            (kept ? Format(kPrefixInvalid, changed.c_str()) : Format(kDuplicated, changed.c_str())),
-        false);
+    DisplayThrough(m_output,
+                   checking + (kept ? Format(kPrefixInvalid, changed.c_str())
+                                    : Format(kDuplicated, changed.c_str())),
+                   false);
     RETURN_IF_FAILED(m_storageAccess->put_Value(E_ZAKSTORAGE_PUBLIC, 0, clientsEntry, clientID,
                                                 MACEntry,
                                                 CComVariant(clientMacAddress.ToString().c_str())));

@@ -21,17 +21,6 @@ constexpr ULONGLONG kFileTimeUnitsPerSecond = 10'000'000;
 /// An enumeration ends after this many consecutive calls that do not advance the resume handle.
 constexpr int kMaxIdleRounds = 16;
 
-struct SubnetInfoFree {
-    void operator()(DHCP_SUBNET_INFO* info) const {
-        CDhcpApiLibrary::Instance().FreeSubnetInfo(info);
-    }
-};
-struct ClientArrayFree {
-    void operator()(DHCP_CLIENT_INFO_ARRAY_V4* clients) const {
-        CDhcpApiLibrary::Instance().FreeClientArray(clients);
-    }
-};
-
 /// A reservation element and the records it points to. Borrows the hardware address.
 struct ReservedIpElement {
     ReservedIpElement(const HardwareAddress& hardwareAddress, std::uint32_t address)
@@ -190,7 +179,7 @@ HRESULT CDHCPManager::GetHostInfo(std::string& hostName, std::string& netBiosNam
     DHCP_SUBNET_INFO* received = nullptr;
     const DWORD error = CDhcpApiLibrary::Instance().GetSubnetInfo(
         m_wideServerAddress.c_str(), AddressNumber(m_serverAddress), &received);
-    const std::unique_ptr<DHCP_SUBNET_INFO, SubnetInfoFree> info(received);
+    const std::unique_ptr<DHCP_SUBNET_INFO, DhcpRecordFree> info(received);
     if (error != ERROR_SUCCESS || !info) {
         DT_TRACE(kTraceError, "Unable to get subnet info for Address [%s], Error [%lu]",
                  m_serverAddress.c_str(), error);
@@ -328,7 +317,7 @@ DWORD CDHCPManager::GetDynamicClientInfo(const std::string& networkId, ClientLis
         const DWORD error = CDhcpApiLibrary::Instance().EnumSubnetClients(
             m_wideServerAddress.c_str(), subnet, &resume, 0xFFFFFFFF, &received, &clientsRead,
             &clientsTotal);
-        const std::unique_ptr<DHCP_CLIENT_INFO_ARRAY_V4, ClientArrayFree> page(received);
+        const std::unique_ptr<DHCP_CLIENT_INFO_ARRAY_V4, DhcpRecordFree> page(received);
         const DWORD elements = page && page->Clients ? page->NumElements : 0;
         DT_TRACE(kTraceRecord, "Number of clients [%lu : %lu], Remaining [%lu], Error [%lu]",
                  clientsRead, elements, clientsTotal, error);

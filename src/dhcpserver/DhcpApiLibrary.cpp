@@ -1,18 +1,20 @@
 #include "dhcpserver/DhcpApiLibrary.h"
 
+namespace {
+
+void Free(void* block) {
+    if (block)
+        CDhcpApiLibrary::Instance().FreeMemory(block);
+}
+
+}  // namespace
+
 CDhcpApiLibrary& CDhcpApiLibrary::Instance() {
     static CDhcpApiLibrary instance;
     return instance;
 }
 
-void CDhcpApiLibrary::Free(void* block) {
-    if (block)
-        m_freeMemory(block);
-}
-
-void CDhcpApiLibrary::FreeSubnetInfo(DHCP_SUBNET_INFO* info) {
-    if (!info)
-        return;
+void DhcpRecordFree::operator()(DHCP_SUBNET_INFO* info) const {
     Free(info->SubnetName);
     Free(info->SubnetComment);
     Free(info->PrimaryHost.NetBiosName);
@@ -20,9 +22,7 @@ void CDhcpApiLibrary::FreeSubnetInfo(DHCP_SUBNET_INFO* info) {
     Free(info);
 }
 
-void CDhcpApiLibrary::FreeClientArray(DHCP_CLIENT_INFO_ARRAY_V4* clients) {
-    if (!clients)
-        return;
+void DhcpRecordFree::operator()(DHCP_CLIENT_INFO_ARRAY_V4* clients) const {
     for (DWORD i = 0; clients->Clients && i < clients->NumElements; ++i) {
         DHCP_CLIENT_INFO_V4* const client = clients->Clients[i];
         if (!client)

@@ -13,7 +13,7 @@ public:
 
     CEntry<DWORD(const WCHAR* server, DHCP_IP_ADDRESS subnet, const DHCP_SUBNET_INFO* info)>
         CreateSubnet{*this, "DhcpCreateSubnet"};
-    /// Free the returned record with FreeSubnetInfo.
+    /// The caller owns the returned record: DhcpRecordFree.
     CEntry<DWORD(const WCHAR* server, DHCP_IP_ADDRESS subnet, DHCP_SUBNET_INFO** info)>
         GetSubnetInfo{*this, "DhcpGetSubnetInfo"};
     CEntry<DWORD(const WCHAR* server, DHCP_IP_ADDRESS subnet,
@@ -27,20 +27,21 @@ public:
         SetOptionValue{*this, "DhcpSetOptionValue"};
     CEntry<DWORD(const WCHAR* server, const DHCP_CLIENT_INFO_V4* client)> CreateClientInfo{
         *this, "DhcpCreateClientInfoV4"};
-    /// Free the returned array with FreeClientArray.
+    /// The caller owns the returned array: DhcpRecordFree.
     CEntry<DWORD(const WCHAR* server, DHCP_IP_ADDRESS subnet, DHCP_RESUME_HANDLE* resume,
                  DWORD preferredMaximum, DHCP_CLIENT_INFO_ARRAY_V4** clients, DWORD* clientsRead,
                  DWORD* clientsTotal)>
         EnumSubnetClients{*this, "DhcpEnumSubnetClientsV4"};
 
-    // Free a record and every block it points to; null is allowed.
-    void FreeSubnetInfo(DHCP_SUBNET_INFO* info);
-    void FreeClientArray(DHCP_CLIENT_INFO_ARRAY_V4* clients);
+    /// Frees only this block, not the blocks it points to.
+    CEntry<void(void* block)> FreeMemory{*this, "DhcpRpcFreeMemory"};
 
 private:
     CDhcpApiLibrary() : CRuntimeLibrary("dhcpsapi.dll", kSystemLibrary) {}
-    void Free(void* block);
+};
 
-    /// Frees only this block, not the blocks it points to.
-    CEntry<void(void* block)> m_freeMemory{*this, "DhcpRpcFreeMemory"};
+/// Frees a record and every block it points to.
+struct DhcpRecordFree {
+    void operator()(DHCP_SUBNET_INFO* info) const;
+    void operator()(DHCP_CLIENT_INFO_ARRAY_V4* clients) const;
 };

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <boost/algorithm/string.hpp>
+#include <cctype>
 
 std::string FirstLabel(const std::string& hostName) {
     // In no code page is "." the second byte of a character.
@@ -10,12 +10,11 @@ std::string FirstLabel(const std::string& hostName) {
 }
 
 std::string CaselessName(const std::string& name) {
-    std::string upper = boost::algorithm::to_upper_copy(name);
-    const char* const text = name.c_str();
-    for (const char* at = text; *at;) {
-        const char* const next = ::CharNextExA(CP_THREAD_ACP, at, 0);
-        if (next - at > 1)
-            upper.replace(static_cast<std::size_t>(at - text), 2, at, 2);
+    std::string upper = name;
+    for (char* at = upper.data(); *at;) {
+        char* const next = ::CharNextExA(CP_THREAD_ACP, at, 0);
+        if (next - at == 1)
+            *at = static_cast<char>(std::toupper(static_cast<unsigned char>(*at)));
         at = next;
     }
     return upper;

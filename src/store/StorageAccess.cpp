@@ -33,10 +33,6 @@ void CStoragePtr::Release() {
         held->Release();
 }
 
-CStorageAccess::~CStorageAccess() {
-    Close();
-}
-
 void CStorageAccess::Close() {
     // A component that could not be opened is only released.
     if (m_opened)

@@ -33,7 +33,7 @@ class CStorageAccess {
 public:
     CStorageAccess() = default;
     /// Closes what an exception left open.
-    virtual ~CStorageAccess();
+    virtual ~CStorageAccess() { Close(); }
     CStorageAccess(const CStorageAccess&) = delete;
     CStorageAccess& operator=(const CStorageAccess&) = delete;
 
