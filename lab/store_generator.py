@@ -1,9 +1,8 @@
-"""Generated gateways for the stand-ins: stores of random segments and clients, and interfaces. Run
-as a program, this prints the store of the sample gateway.
+"""Generates gateways for the stand-ins: stores with random segments and clients, and interfaces. As
+a program, prints the store of the sample gateway.
 
-A store is {section: {entry: {value name: text}}}. A plain one has nothing that a server would
-refuse, nor what cmd and netsh would read in another way. The numbers come from Python's random, so
-random.seed() repeats a store.
+A store is {section: {entry: {value name: text}}}. A plain store contains nothing that a server
+refuses or that cmd and netsh misread. Call random.seed() first to repeat a store.
 """
 
 import itertools
@@ -36,9 +35,9 @@ def last_of(network, mask):
 
 
 def make_scopes(plain, count):
-    """The segments, and the gateway's interfaces: lists of (address, mask), in search order."""
+    """Segments, and the gateway's interfaces: lists of (address, mask) in search order."""
     segments, interfaces = {}, [[], []]
-    for network, address, bits in () if plain else (  # refused, wholly or in part
+    for network, address, bits in () if plain else (  # the server refuses these or parts of them
             ("10.1.4.0", "10.1.4.1", 30), ("10.200.0.5", "10.200.0.1", 24),
             ("annex", "10.205.0.1", 24), ("10.201.0.0", "10.9.9.9", 24),
             ("10.203.0.2", "10.203.0.3", 31), ("10.204.0.7", "10.204.0.7", 32)):
@@ -99,7 +98,7 @@ def make_store(plain, count, scopes=20):
 
 
 def store_text(store):
-    """As the storage component writes it; a value may be a pair of text and type."""
+    """The store's file as the storage component writes it; a value may be a pair (text, type)."""
     root = ElementTree.Element("store")
     for section, entries in store.items():
         parent = ElementTree.SubElement(root, "section", name=section)
@@ -118,7 +117,7 @@ def store_text(store):
 
 
 def sample_store():
-    """The gateway of lab/sample: what its two CSV files hold, with the oddities of docs/lab.md."""
+    """The store of lab/sample: the records of its CSV files, with the oddities of docs/lab.md."""
     def records(name):
         text = (Path(__file__).parent / "sample" / name).read_text(encoding="cp1252")
         return [line.split(", ") for line in text.splitlines()[2:]]
@@ -127,7 +126,7 @@ def sample_store():
     for floor, (name, address, mask, network, *_) in enumerate(records("ScopesInfo.csv")):
         segments[network.rstrip(",")] = {"Name": name, "Address": address, "Mask": mask,
                                          "Remark": f"floor {floor}"}
-    segments["192.168.20.0"]["Address"] = "192.168.20.254"  # not its interface's
+    segments["192.168.20.0"]["Address"] = "192.168.20.254"  # its interface has another address
     del segments["172.16.8.0"]["Address"], segments["172.16.8.0"]["Mask"]
     for index, (*fields, status) in enumerate(records("ClientsInfo.csv")):
         values = dict(zip(("Name", *ADDRESS_VALUES, "MAC"), fields), DHCPLeaseStatus=status)
@@ -144,7 +143,7 @@ def sample_store():
 
 
 def read_store(path):
-    """For the texts of NAMES: others may be escaped in the file."""
+    """Reads a store whose texts come from NAMES: other texts may be escaped in the file."""
     root = ElementTree.parse(path).getroot()
     return {section.get("name"): {
         entry.get("id"): {value.get("name"): value.get("text") for value in entry}
@@ -152,7 +151,7 @@ def read_store(path):
 
 
 def registry_text(interfaces):
-    """The interfaces as lines of a scenario's registry file."""
+    """The interfaces as lines of a registry file for a scenario."""
     key = "Vantrel\\Zephon\\Mode\\Interfaces\\"
     return "".join(f"{key}{i}\\Interface = sz:Zeph-On {i}\n" + "".join(
         f"{key}{i}\\{name} = multi_sz:{'|'.join(texts)}\n"

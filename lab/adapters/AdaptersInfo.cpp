@@ -1,6 +1,5 @@
-// iphlpapi.dll: stand-in that answers GetAdaptersInfo from the list in DHCPLAB_ADAPTERS.
-//
-// Wine has an iphlpapi.dll of its own; it takes this one with WINEDLLOVERRIDES=iphlpapi=n,b.
+// iphlpapi.dll: stand-in whose GetAdaptersInfo returns the adapters listed in DHCPLAB_ADAPTERS.
+// Under Wine set WINEDLLOVERRIDES=iphlpapi=n,b, because Wine has its own iphlpapi.dll.
 #include <winsock2.h>
 
 #include <windows.h>
@@ -21,8 +20,8 @@
 namespace {
 
 struct Adapter {
-    std::string name;         // in the ANSI code page, as the system call gives it
-    std::string description;  // the same
+    std::string name;  // ANSI code page, like the description
+    std::string description;
     std::vector<std::pair<std::string, std::string>> addresses;  // address and mask, dotted
 };
 
@@ -35,7 +34,7 @@ std::string ToAnsi(const std::string& utf8) {
     return ansi;
 }
 
-/// The file's lines as docs/lab.md describes them.
+/// Reads the file; docs/lab.md describes its lines.
 std::vector<Adapter> ReadAdapters() {
     static const std::regex kNothing(R"(\s*(#[^]*)?)");
     static const std::regex kAdapter(R"(\s*adapter\s+(\S[^\r]{0,254})\r?)");
@@ -64,7 +63,7 @@ const std::vector<Adapter>& Adapters() {
     return adapters;
 }
 
-/// All records first, then the addresses after the first of each adapter.
+/// Writes all records, and after them the second and further addresses of each adapter.
 void Fill(IP_ADAPTER_INFO* records) {
     const auto& adapters = Adapters();
     auto* spare = reinterpret_cast<IP_ADDR_STRING*>(records + adapters.size());
@@ -81,7 +80,7 @@ void Fill(IP_ADAPTER_INFO* records) {
             address.copy(place->IpAddress.String, sizeof(place->IpAddress.String) - 1);
             mask.copy(place->IpMask.String, sizeof(place->IpMask.String) - 1);
         };
-        if (adapter.addresses.empty())  // which the system shows with this pair
+        if (adapter.addresses.empty())  // Windows shows this pair then
             set("0.0.0.0", "0.0.0.0");
         for (const auto& address : adapter.addresses) {
             if (&address != adapter.addresses.data()) {

@@ -1,5 +1,5 @@
-// The DHCP Server Management API as its server knows it: the records' layout on 64-bit Windows and
-// the numbers, from Microsoft's public reference. Nothing here is shared with a caller.
+// Records and constants of the DHCP Server Management API on 64-bit Windows, from Microsoft's
+// public reference. Not shared with the program, so that a wrong declaration there is noticed.
 // Addresses are numbers in host order, texts UTF-16; pointers may be null.
 #pragma once
 
@@ -15,7 +15,7 @@ struct Binary {
 };
 
 struct Host {
-    DWORD address;  // in network order, when the server gives it
+    DWORD address;  // network order when the server returns it
     WCHAR* netBiosName;
     WCHAR* hostName;
 };
@@ -52,7 +52,7 @@ struct OptionScope {
     DWORD type;
     union {
         DWORD subnet;
-        void* others;  // of the levels that are not rehearsed
+        void* others;  // of levels that the lab does not support
     };
 };
 
@@ -60,7 +60,7 @@ struct OptionElement {
     DWORD type;
     union {
         DWORD number;
-        Binary others;  // of the kinds that are not rehearsed
+        Binary others;  // of kinds that the lab does not support
     };
 };
 

@@ -1,2 +1,2 @@
-// Boost.JSON has no library for this target: its sources are compiled here, once.
+// There is no Boost.JSON library for this target, so its sources are compiled here, once.
 #include <boost/json/src.hpp>

@@ -1,5 +1,5 @@
-// One process's connection with the server: what every call of the API does around its rules, and
-// the memory that calls hand out, block by block as the remote procedure stub does.
+// A process's connection to the server: the steps that all API calls share, and the memory that the
+// calls return, in separate blocks like those of an RPC stub.
 #pragma once
 
 #include <windows.h>
@@ -20,7 +20,7 @@
 
 namespace lab {
 
-/// A heap of its own that knows its live blocks. What is still live dies with it.
+/// A private heap that knows its live blocks. Destroying it frees them.
 class RpcMemory {
 public:
     RpcMemory() = default;
@@ -28,7 +28,6 @@ public:
     RpcMemory(const RpcMemory&) = delete;
     RpcMemory& operator=(const RpcMemory&) = delete;
 
-    /// Zeroed bytes.
     void* Allocate(std::size_t bytes) {
         void* const block = ::HeapAlloc(m_heap, HEAP_ZERO_MEMORY, bytes);
         if (!block)
@@ -43,15 +42,15 @@ public:
     BYTE* Copy(std::string_view bytes) {
         return static_cast<BYTE*>(std::memcpy(Allocate(bytes.size()), bytes.data(), bytes.size()));
     }
-    /// Null for no text; an empty text is a block, too.
+    /// Returns null if there is no text; an empty text gets a block, too.
     WCHAR* Copy(const Text& text) {
         const std::size_t bytes = text ? (text->size() + 1) * sizeof(WCHAR) : 0;
         return text ? static_cast<WCHAR*>(std::memcpy(Allocate(bytes), text->c_str(), bytes))
                     : nullptr;
     }
 
-    /// Frees exactly this block, overwriting it first so that a later reader notices. False when
-    /// the address is no live block.
+    /// Overwrites the block, so that a later read is noticed, and frees it. False if it is not
+    /// live.
     bool Free(void* block) {
         if (m_live.erase(block) == 0)
             return false;
@@ -72,21 +71,19 @@ public:
     using Output = std::function<std::string()>;
 
     DhcpServer() = default;
-    /// Journals the blocks that the program did not free, and leaves the state in one file.
     ~DhcpServer() {
         if (m_memory.LiveBlocks() > 0)
             JournalMisuse("blocks not freed: " + std::to_string(m_memory.LiveBlocks()));
         Guarded([this] { return m_state.Close(), DWORD{0}; });
     }
 
-    /// Answers one call by the rules, or with the planned fault: the rules then run only for one
-    /// that is planned as done, and never for a call with output, which a lost answer does not
-    /// bring. The journal's line has `arguments`, which begin with a blank, the code, and what
-    /// `output` tells after the rules ran.
+    /// Executes one call: runs the rules or returns the planned fault. A fault planned as `done`
+    /// also runs the rules, unless the call has output: a lost answer brings none. The journal gets
+    /// `arguments` (with a leading blank), the code and, if the rules ran, `output`.
     DWORD Call(const char* function, const WCHAR* server, const std::string& arguments,
                const Rules& rules, const Output& output = nullptr) {
         const std::lock_guard<std::mutex> hold(m_lock);
-        // The API would take its own machine: never what this program means.
+        // For the API null means the local machine, which the program never means.
         if (!server)
             JournalMisuse(std::string(function) + ": null server");
         const Fault fault = FaultFor(function);
@@ -106,7 +103,7 @@ public:
             Journal(block ? "DhcpRpcFreeMemory block" : "DhcpRpcFreeMemory null");
     }
 
-    /// Only for use inside of a call's rules.
+    /// Use only inside a call's rules.
     RpcMemory& Memory() { return m_memory; }
 
 private:

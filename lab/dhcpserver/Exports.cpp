@@ -1,7 +1,6 @@
-// dhcpsapi.dll: the calls of the management API, as this machine's own server answers them.
-//
-// What the program never sends is a misuse and gets an error, even where a real server has more to
-// offer: other kinds of elements and options, other levels of options, force flags.
+// dhcpsapi.dll: the calls of the management API, executed on the lab's own server. Requests that
+// the program never sends (other elements, options, option levels, force flags) are misuse and
+// fail, even where a real server supports them.
 #include <memory>
 
 #include "lab/dhcpserver/DhcpServer.h"
@@ -17,7 +16,6 @@ DhcpServer& Server() {
     return *theServer;
 }
 
-/// Journals the misuse and returns the code of a call that does nothing else.
 DWORD Misuse(const char* function, const std::string& what) {
     JournalMisuse(std::string(function) + ": " + what);
     return ERROR_INVALID_PARAMETER;
@@ -33,7 +31,7 @@ Identifier BytesOf(const api::Binary* binary) {
                : Identifier();
 }
 
-// Arguments as the journal shows them, " name=value" each.
+// These functions format arguments for the journal, each as " name=value".
 
 std::string AddressText(const char* name, DWORD address) {
     return std::string(" ") + name + "=" + Dotted(address);
@@ -43,7 +41,7 @@ std::string BytesText(const api::Binary* binary) {
     return " mac=" + (binary && binary->data ? HexBytes(BytesOf(binary), "-") : "null");
 }
 
-/// Only what is filled: callers leave the host out.
+/// Only the members that are set: callers leave the host out.
 std::string HostText(const api::Host& host) {
     return (host.address ? AddressText("host", host.address) : "") +
            (host.netBiosName && *host.netBiosName ? " netbios=" + Quoted(host.netBiosName) : "") +
@@ -112,7 +110,7 @@ DWORD WINAPI DhcpCreateSubnet(const WCHAR* server, DWORD subnetAddress,
     return Server().Call(kName, server, text, [&](ServerRules& rules) {
         if (!info || info->address != subnetAddress)
             return Misuse(kName, "null argument, or two addresses");
-        // The primary host is not used afterwards.
+        // The server does not store the primary host.
         Scope scope;
         scope.mask = info->mask;
         scope.name = TextOf(info->name);
@@ -138,7 +136,7 @@ DWORD WINAPI DhcpGetSubnetInfo(const WCHAR* server, DWORD subnetAddress,
         info->name = memory.Copy(scope->name);
         info->comment = memory.Copy(scope->comment);
         info->primaryHost.address = kLoopbackInNetworkOrder;
-        // Without host texts, unless a state by hand has them: the API allows both.
+        // Null unless a state written by hand has host texts: the API allows both.
         info->primaryHost.netBiosName = memory.Copy(scope->netBiosName);
         info->primaryHost.hostName = memory.Copy(scope->hostName);
         info->state = scope->state;
@@ -201,7 +199,7 @@ DWORD WINAPI DhcpSetOptionValue(const WCHAR* server, DWORD optionId, const api::
             OptionValue copy;
             for (DWORD i = 0; i < value->count; ++i)
                 copy.push_back({value->elements[i].type, value->elements[i].number});
-            // The server would take any kind; clients could not use it.
+            // A real server accepts any kind of value, but clients could not use it.
             for (const OptionElement& element : copy)
                 if (copy.size() != 1 ||
                     element.type != (optionId == 3 ? api::kOptionAddress : api::kOptionDword))
@@ -272,7 +270,7 @@ void WINAPI DhcpRpcFreeMemory(void* block) {
 
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
     if (reason == DLL_PROCESS_DETACH) {
-        // While the journal still works: it is a static of this DLL, and those go after this.
+        // Destroyed before the journal, a static object of this DLL that it still needs.
         theServer.reset();
     }
     return TRUE;

@@ -8,7 +8,7 @@
 namespace lab {
 namespace {
 
-constexpr wchar_t kServerName[] = L"DHCPLAB";  // NetBIOS name, owner of the records made
+constexpr wchar_t kServerName[] = L"DHCPLAB";  // NetBIOS name; owner of created records
 constexpr ULONGLONG kTicksPerSecond = 10'000'000;
 constexpr DWORD kLeaseTimeOption = 51;
 constexpr ULONGLONG kDefaultLeaseSeconds = 691200;
@@ -20,7 +20,7 @@ bool IsIdentifier(const Identifier& hardware) {
     return !hardware.empty() && hardware.size() <= kMaxIdentifierBytes;
 }
 
-/// Of what documents leave open (docs/lab.md); 0 when it is unset.
+/// Reads a setting for behavior that the documents leave open (docs/lab.md); 0 if unset.
 DWORD Setting(const wchar_t* name) {
     const std::wstring text = EnvironmentText(name);
     const auto number = ParseNumber(text.empty() ? L"0" : text, 0xFFFFFFFF);
@@ -29,7 +29,7 @@ DWORD Setting(const wchar_t* name) {
     return static_cast<DWORD>(number.value_or(0));
 }
 
-/// What a record takes of a page: the record, its pointer, its texts, its identifier.
+/// Size of a record in a page: the record, its pointer, its texts and its identifier.
 DWORD PageBytes(const Client& client) {
     std::size_t bytes = sizeof(api::Client) + sizeof(void*) + client.hardware.size();
     for (const Text* text : {&client.name, &client.comment, &client.ownerName})
@@ -56,7 +56,7 @@ DWORD ServerRules::CreateScope(DWORD scopeId, Scope scope) {
         return ERROR_INVALID_PARAMETER;
     if (m_state.OverlapsScope(scopeId, scope.mask))
         return kSubnetExists;
-    // Neither the state nor holes in the mask are checked.
+    // The state is not checked, and the mask may have holes.
     m_state.ChangeScope(scopeId) = std::move(scope);
     return ERROR_SUCCESS;
 }
@@ -65,14 +65,13 @@ DWORD ServerRules::AddRange(DWORD scopeId, AddressRange range) {
     const Scope* const scope = m_state.FindScope(scopeId);
     if (!scope)
         return kSubnetNotPresent;
-    // No document tells of ranges that leave the subnet; network and broadcast address are fine.
+    // Ranges beyond the subnet are not documented. Network and broadcast address are allowed.
     if (!IsInScope(scopeId, *scope, range))
         return kInvalidRange;
     if (const auto& existing = scope->range) {
         if (existing->first == range.first && existing->last == range.last)
             return kRangeExists;
-        // A scope has one range: a second one can only widen or narrow it, and only while the
-        // scope is enabled.
+        // A second range can only widen or narrow the first, and only in an enabled scope.
         if (scope->state != 0 || (!existing->Contains(range) && !range.Contains(*existing)))
             return kInvalidRange;
     }
@@ -88,8 +87,8 @@ DWORD ServerRules::AddExclusion(DWORD scopeId, AddressRange range) {
         return kInvalidRange;
     const auto after = scope->exclusions.upper_bound(range.last);
     if (after != scope->exclusions.begin() && std::prev(after)->second >= range.first)
-        return kInvalidRange;  // the same one, or one that overlaps it
-    // Outside the range, over a lease or over a reservation: all of it is accepted.
+        return kInvalidRange;  // equal or overlapping
+    // Accepted even outside the range, and over a lease or reservation.
     m_state.ChangeScope(scopeId).exclusions[range.first] = range.last;
     return ERROR_SUCCESS;
 }
@@ -100,7 +99,7 @@ DWORD ServerRules::AddReservation(DWORD scopeId, DWORD address, const Reservatio
         return kSubnetNotPresent;
     if (!IsIdentifier(reservation.hardware))
         return ERROR_INVALID_PARAMETER;
-    // The subnet decides, not the range: a scope without a range takes reservations.
+    // Only the subnet counts: a scope without a range accepts reservations, too.
     if (!IsInSubnet(scopeId, scope->mask, address))
         return kNotReservedClient;
     if (scope->reservations.count(address) ||
@@ -130,7 +129,7 @@ DWORD ServerRules::RemoveReservation(DWORD scopeId, DWORD address, const Identif
     const auto found = scope->reservations.find(address);
     if (found == scope->reservations.end())
         return DeleteClient(address);
-    // Callers that list reservations hold the long form of the hardware address.
+    // Callers that listed the reservations have the long form of the hardware address.
     const Identifier reserved = found->second.hardware;
     const Client* const client = m_state.FindClient(address);
     if (hardware != reserved && hardware != UniqueId(scopeId, reserved))
@@ -141,7 +140,7 @@ DWORD ServerRules::RemoveReservation(DWORD scopeId, DWORD address, const Identif
     if (client->expires == 0) {
         m_state.PutClient(address, std::nullopt);
     } else {
-        // Whoever uses the address keeps it, for one more lease time.
+        // The client keeps the address for one more lease time.
         Client lease = *client;
         lease.expires = Now() + LeaseSeconds(*scope) * kTicksPerSecond;
         m_state.PutClient(address, std::move(lease));
@@ -167,7 +166,7 @@ DWORD ServerRules::SetOption(DWORD scopeId, DWORD optionId, OptionValue value) {
         return kOptionNotPresent;
     if (!m_state.FindScope(scopeId))
         return kSubnetNotPresent;
-    // Types and counts are not compared with the definition: that is the caller's business.
+    // Types and counts are not checked against the definition of the option.
     m_state.ChangeScope(scopeId).options[optionId] = std::move(value);
     return ERROR_SUCCESS;
 }
@@ -179,7 +178,7 @@ DWORD ServerRules::CreateClient(const std::wstring& server, DWORD address, Clien
     if (m_state.FindClient(address) ||
         m_state.AddressOfClient(UniqueId(scope->first, client.hardware)))
         return kJetError;
-    // The server decides about type and owner, whatever the caller filled in.
+    // The server sets type and owner itself.
     client.type = api::kTypeNone;
     client.ownerName = kServerName;
     client.ownerAddress = ParseAddress(server).value_or(0xFFFFFFFF);
@@ -231,7 +230,7 @@ DWORD ServerRules::EnumClients(DWORD scopeId, DWORD resume, DWORD preferredBytes
         }
         page.clients.push_back({next->first, in->second.mask, &next->second});
     }
-    // A scope without clients has no array, an unknown one an empty array: callers must stand both.
+    // An empty scope has no array, an unknown scope an empty one: callers must handle both.
     page.total = static_cast<DWORD>(page.clients.size());
     page.hasArray = !page.clients.empty();
     return ERROR_SUCCESS;

@@ -1,6 +1,5 @@
-// How a Windows DHCP server answers the calls of its management API: the checks in their order,
-// the codes, what each call leaves behind. Where Microsoft's documents are silent the comments in
-// the source say what was chosen; docs/lab.md lists the choices.
+// Rules of a Windows DHCP server for its management API: the order of the checks, the codes and the
+// effects. docs/lab.md lists the choices where Microsoft's documents are silent.
 #pragma once
 
 #include <string>
@@ -10,7 +9,6 @@
 
 namespace lab {
 
-/// The server's own error numbers that these calls answer with.
 enum DhcpServerError : DWORD {
     kSubnetNotPresent = 20005,
     kOptionNotPresent = 20010,
@@ -23,7 +21,7 @@ enum DhcpServerError : DWORD {
     kSubnetExists = 20052
 };
 
-/// One page of an enumeration; the pointers live until the state changes.
+/// One page of an enumeration; the pointers are valid until the state changes.
 struct ClientPage {
     struct Entry {
         DWORD address;
@@ -40,21 +38,20 @@ class ServerRules {
 public:
     explicit ServerRules(ServerState& state) : m_state(state) {}
 
-    /// Of the scope its mask, texts and state count.
+    /// Uses only the mask, texts and state of `scope`.
     DWORD CreateScope(DWORD scopeId, Scope scope);
-    /// Null: kSubnetNotPresent.
+    /// Returns null for kSubnetNotPresent.
     const Scope* FindScope(DWORD scopeId) const { return m_state.FindScope(scopeId); }
     DWORD AddRange(DWORD scopeId, AddressRange range);
     DWORD AddExclusion(DWORD scopeId, AddressRange range);
     DWORD AddReservation(DWORD scopeId, DWORD address, const Reservation& reservation);
     DWORD RemoveReservation(DWORD scopeId, DWORD address, const Identifier& hardware);
     DWORD SetOption(DWORD scopeId, DWORD optionId, OptionValue value);
-    /// Of the client its texts, hardware address and expiry count. The server text becomes the
-    /// owner's address when it is a dotted one.
+    /// Uses only texts, hardware and expiry of `client`. A dotted `server` is the owner's address.
     DWORD CreateClient(const std::wstring& server, DWORD address, Client client);
-    /// Changes name and comment of a record, each only when given.
+    /// Changes name and comment of a record, each only if given.
     DWORD SetClientTexts(DWORD address, const Text& name, const Text& comment);
-    /// Reads on after the address `resume`; `preferredBytes` as the caller of the API gives it.
+    /// Continues after the address `resume`. preferredBytes: as passed by the caller of the API.
     DWORD EnumClients(DWORD scopeId, DWORD resume, DWORD preferredBytes, ClientPage& page) const;
 
 private:

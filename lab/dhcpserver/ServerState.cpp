@@ -35,7 +35,7 @@ const Scope* ServerState::FindScope(DWORD scopeId) const {
 }
 
 const ServerState::ScopeEntry* ServerState::ScopeOf(DWORD address) const {
-    // Blocks never overlap, so only the nearest id below can hold the address.
+    // Scopes never overlap, so only the nearest id below can contain the address.
     auto after = m_scopes.upper_bound(address);
     if (after == m_scopes.begin())
         return nullptr;

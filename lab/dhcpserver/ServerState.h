@@ -1,7 +1,6 @@
-// What a DHCP server remembers: scopes with everything in them, and client records.
-//
-// Addresses and masks are 32-bit numbers in host order, times FILETIME values (100 ns units since
-// 1601, UTC). A text is none where the API handed over a null pointer. Identifiers are raw bytes.
+// The state of a DHCP server: scopes with their contents, and client records. Addresses and masks
+// are 32-bit numbers in host order; times are FILETIME values (100 ns units since 1601, UTC). A
+// text is nullopt if the API passed a null pointer. Identifiers are raw bytes.
 #pragma once
 
 #include <map>
@@ -29,7 +28,7 @@ struct AddressRange {
     }
 };
 
-/// One element of an option's value: api::kOptionDword or api::kOptionAddress.
+/// One element of an option's value. type: api::kOptionDword or api::kOptionAddress.
 struct OptionElement {
     DWORD type;
     DWORD number;
@@ -37,7 +36,7 @@ struct OptionElement {
 using OptionValue = std::vector<OptionElement>;
 
 struct Reservation {
-    Identifier hardware;  // as the caller gave it, without the prefix of a unique id
+    Identifier hardware;  // as the caller passed it, without the prefix of a unique id
     BYTE allowedTypes = api::kTypeBoth;
 };
 
@@ -46,11 +45,11 @@ struct Scope {
     Text name;
     Text comment;
     DWORD state = 0;
-    // Of the primary host; only a state written by hand has them.
+    // Texts of the primary host; only in a state written by hand.
     Text netBiosName;
     Text hostName;
     std::optional<AddressRange> range;
-    std::map<DWORD, DWORD> exclusions;  // last address by first; they never overlap
+    std::map<DWORD, DWORD> exclusions;  // first address -> last; they never overlap
     std::map<DWORD, OptionValue> options;
     std::map<DWORD, Reservation> reservations;
 };
@@ -65,27 +64,25 @@ struct Client {
     DWORD ownerAddress = 0xFFFFFFFF;
 };
 
-/// What tells records apart: the scope id as a little-endian number, 01, the hardware address.
+/// The key of a record: scope id as a little-endian number, 01, hardware address.
 Identifier UniqueId(DWORD scopeId, const Identifier& hardware);
 
-/// True when the address lies in the subnet; the mask may have holes.
+/// True if the address is in the subnet; the mask may have holes.
 inline bool IsInSubnet(DWORD scopeId, DWORD mask, DWORD address) {
     return (address & mask) == scopeId;
 }
 
-/// True when the range is not backwards and both ends lie in the scope's subnet.
+/// True if the range is not backwards and both ends are in the scope's subnet.
 inline bool IsInScope(DWORD scopeId, const Scope& scope, const AddressRange& range) {
     return range.first <= range.last && IsInSubnet(scopeId, scope.mask, range.first) &&
            IsInSubnet(scopeId, scope.mask, range.last);
 }
 
-/// The state with its indexes.
 class ServerState {
 public:
     using ScopeEntry = std::pair<const DWORD, Scope>;
 
-    /// The names and addresses by which the server is reached. Without any it is reached by every
-    /// address and by no name.
+    /// Names and addresses of the server. If empty, every address reaches it and no name does.
     std::vector<std::wstring> addresses;
     bool IsReachedBy(const std::wstring& server) const;
 
@@ -93,23 +90,22 @@ public:
     const std::map<DWORD, Client>& Clients() const { return m_clients; }
 
     const Scope* FindScope(DWORD scopeId) const;
-    /// The scope whose subnet holds the address; null when there is none.
+    /// Returns the scope whose subnet contains the address, or null.
     const ScopeEntry* ScopeOf(DWORD address) const;
-    /// True when a scope shares addresses with this block.
+    /// True if an existing scope shares addresses with this one.
     bool OverlapsScope(DWORD scopeId, DWORD mask) const;
     const Client* FindClient(DWORD address) const;
     const DWORD* AddressOfClient(const Identifier& uniqueId) const;
     const DWORD* ReservedAddress(DWORD scopeId, const Identifier& hardware) const;
 
-    /// The scope, made when there is none, to change what is in it except its reservations.
+    /// Returns a scope for changes, but not of its reservations. Creates a missing scope.
     Scope& ChangeScope(DWORD scopeId);
-    /// Into a scope that exists. None removes.
+    /// The scope must exist. nullopt removes the reservation.
     void PutReservation(DWORD scopeId, DWORD address, std::optional<Reservation> reservation);
-    /// Into a scope that exists; replaces whatever held the address or the unique id before. None
-    /// removes.
+    /// The scope must exist. Replaces records with this address or unique id; nullopt removes.
     void PutClient(DWORD address, std::optional<Client> client);
 
-    /// Anything was changed since this was set.
+    /// True if the state changed after this was cleared.
     bool isChanged = false;
 
 private:
@@ -117,7 +113,7 @@ private:
 
     std::map<DWORD, Scope> m_scopes;
     std::map<DWORD, Client> m_clients;
-    // Reserved addresses by unique id: the prefix tells the scopes apart.
+    // The addresses by unique id, which contains the scope id.
     std::unordered_map<Identifier, DWORD> m_reservedAddresses;
     std::unordered_map<Identifier, DWORD> m_clientAddresses;
 };

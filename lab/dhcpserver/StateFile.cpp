@@ -16,7 +16,7 @@ constexpr ULONGLONG kWaitMilliseconds = 20000;
                              std::to_string(::GetLastError()));
 }
 
-/// Nobody else may write to it; waits while somebody does.
+/// Opens the file so that no other process can write to it; waits while another one has it.
 Handle OpenAlone(const std::wstring& path) {
     const ULONGLONG start = ::GetTickCount64();
     for (;;) {
@@ -46,7 +46,7 @@ DWORD StateFile::Run(const std::function<DWORD(ServerState&)>& call) {
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(ToUtf8(m_path) + ": " + error.what());
     }
-    state->isChanged = text.empty();  // there shall be a state then
+    state->isChanged = text.empty();  // write the file in any case
     m_state = std::move(state);
     m_file = std::move(file);
     return call(*m_state);

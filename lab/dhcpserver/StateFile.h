@@ -1,5 +1,5 @@
-// The server's state on disk, a JSON text. One process works on it at a time, the next one waits.
-// The file is written when the process leaves; a killed one leaves what it found.
+// The server's state in a JSON file. Only one process uses it at a time; others wait. The file is
+// written when the process ends; a killed process leaves it unchanged.
 #pragma once
 
 #include <functional>
@@ -13,20 +13,19 @@ namespace lab {
 
 class StateFile {
 public:
-    /// Nothing is opened or read before the first call. A missing file is an empty server; without
-    /// a path there is no server.
+    /// Opens nothing before the first call. A missing file is an empty server, "" is no server.
     explicit StateFile(std::wstring path) : m_path(std::move(path)) {}
 
-    /// Runs one call on the state; returns RPC_S_SERVER_UNAVAILABLE, and does nothing, when there
-    /// is no server. Throws std::runtime_error when the state cannot be read.
+    /// Runs one call on the state. Without a server only returns RPC_S_SERVER_UNAVAILABLE. Throws
+    /// std::runtime_error if the state can't be read.
     DWORD Run(const std::function<DWORD(ServerState&)>& call);
 
-    /// Writes the state if it has changed. Throws std::runtime_error when that fails.
+    /// Writes the state if it has changed. Throws std::runtime_error on failure.
     void Close();
 
 private:
     std::wstring m_path;
-    Handle m_file;  // held, so that nobody else works on it
+    Handle m_file;  // stays open to keep other processes out
     std::unique_ptr<ServerState> m_state;
 };
 

@@ -49,7 +49,7 @@ std::string JsonText(const Client& client) {
 
 std::string JsonText(const Scope& scope);
 
-/// One member a line.
+/// One member per line.
 template <class Value>
 std::string JsonTable(const std::map<DWORD, Value>& table, const std::string& indent,
                       std::string (*key)(std::uint32_t) = Dotted) {
@@ -76,7 +76,7 @@ std::string JsonText(const Scope& scope) {
            ",\n    \"reservations\": " + JsonTable(scope.reservations, "\n      ") + "}";
 }
 
-/// A value of the snapshot and its place. One that is missing reads as its default.
+/// A value of the snapshot and its place. A missing value reads as its default.
 class Node {
 public:
     Node(const json::value* value, std::string place, std::string key = "")
@@ -93,9 +93,8 @@ public:
         m_known += found ? 1 : 0;
         return {found, m_place + name + ": "};
     }
-    /// A name that nobody has asked for is a typing error.
+    /// Fails if a member was not read: its name must be a typing error.
     void RequireNoOther() const { Require(m_known == Object().size(), "a member is not known"); }
-    /// The members of a table.
     std::vector<Node> Entries() const {
         std::vector<Node> entries;
         if (m_value)
@@ -131,7 +130,7 @@ public:
         Require(!error, "not a number, or too big");
         return number;
     }
-    /// Pairs of digits; the dashes may be left out.
+    /// Reads pairs of hexadecimal digits; dashes are optional.
     Identifier Hardware() const {
         std::wstring digits = Text().value_or(L"");
         digits.erase(std::remove(digits.begin(), digits.end(), L'-'), digits.end());

@@ -20,11 +20,11 @@
 
 namespace lab {
 
-/// The whole state, in an order that depends on nothing but the state.
+/// Returns the whole state; equal states give equal texts.
 std::string SnapshotText(const ServerState& state);
 
-/// Reads a snapshot, which may be written by hand, into an empty state. Throws std::runtime_error,
-/// naming the place, when it is no JSON or says what no server can hold.
+/// Reads a snapshot, possibly written by hand, into an empty state. Throws std::runtime_error with
+/// the place if the text is not JSON or describes what no server can hold.
 void ReadSnapshot(std::string_view text, ServerState& state);
 
 }  // namespace lab

@@ -3,8 +3,7 @@
 namespace lab {
 
 std::wstring EnvironmentText(const wchar_t* name) {
-    // The Windows call, not getenv: the C library of a DLL keeps a copy of its own, and a test
-    // that sets a variable before it loads the DLL must be seen.
+    // Not getenv: the C library of a DLL has its own copy, without a variable that a test just set.
     std::wstring text(::GetEnvironmentVariableW(name, nullptr, 0), L'\0');
     if (text.empty())
         return text;
@@ -31,7 +30,7 @@ Handle OpenFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD dis
     Handle file(::CreateFileW(path.c_str(), access, sharing, nullptr, disposition,
                               FILE_ATTRIBUTE_NORMAL, nullptr));
     if (file.get() == INVALID_HANDLE_VALUE)
-        static_cast<void>(file.release());  // which is none
+        static_cast<void>(file.release());  // not a handle
     return file;
 }
 

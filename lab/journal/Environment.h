@@ -1,4 +1,4 @@
-// What the stand-ins have from outside: settings, which are environment variables, and files.
+// The environment variables and the files of the stand-ins.
 #pragma once
 
 #include <windows.h>
@@ -13,23 +13,22 @@ struct HandleClose {
     using pointer = HANDLE;
     void operator()(HANDLE handle) const noexcept { ::CloseHandle(handle); }
 };
-/// Owns a handle; null is none.
 using Handle = std::unique_ptr<HANDLE, HandleClose>;
 
-/// The value of an environment variable; empty when it is unset.
+/// Returns an environment variable; empty if it is unset.
 std::wstring EnvironmentText(const wchar_t* name);
 
-/// CreateFile with the usual attributes; null when it fails.
+/// Opens a file with the usual attributes; returns null on failure.
 Handle OpenFile(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition);
 
-/// The bytes of a whole file, without a UTF-8 mark; empty when it cannot be read.
+/// Returns the bytes of a file without a UTF-8 byte order mark; empty if it can't be read.
 std::string FileText(const std::wstring& path);
 
-/// Writes all of the text at the file's position.
+/// Writes the text at the current position. Returns false if not all of it was written.
 bool WriteText(const Handle& file, std::string_view text);
 
-/// Puts a new file with this text, complete on the disk, in the place of the old one: at any moment
-/// there is the one or the other. False with GetLastError.
+/// Writes a new file and renames it to the old one's name, so that there is always a complete file.
+/// Returns false on failure, with GetLastError.
 bool ReplaceFile(const std::wstring& path, std::string_view text);
 
 }  // namespace lab

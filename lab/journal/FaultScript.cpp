@@ -24,14 +24,14 @@ const std::wstring& ScriptPath() {
     return path;
 }
 
-/// When the script was written: with another one the counts start again.
+/// Time of the last change of the script: a change restarts the counts.
 std::string ScriptTime() {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     ::GetFileAttributesExW(ScriptPath().c_str(), GetFileExInfoStandard, &data);
     return Hex(data.ftLastWriteTime.dwHighDateTime) + Hex(data.ftLastWriteTime.dwLowDateTime);
 }
 
-/// A line that cannot be read is a misuse: a typing error must not pass for success.
+/// A malformed line is misuse, so that a typing error is noticed.
 std::vector<Planned> ReadScript() {
     static const std::regex kNothing(R"(\s*(#[^]*)?)");
     static const std::regex kFault(R"(\s*(\w+)\s+(?:\*|#([1-9]\d{0,8}))\s*=\s*(done\s+)?)"

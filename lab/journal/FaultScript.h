@@ -1,4 +1,4 @@
-// Faults that a rehearsal plans: which call of which function answers which error.
+// Planned faults: which call of which function returns which error.
 #pragma once
 
 #include <windows.h>
@@ -9,19 +9,18 @@ struct Fault {
     DWORD code = 0;  // 0: no fault
     bool isDone = false;
 
-    /// The call answers the code instead of doing anything.
+    /// True if the call only returns the code.
     bool IsRefusal() const { return code != 0 && !isDone; }
-    /// What a call answers that has done its work with this result.
+    /// Returns the result of a call that did its work: the planned code or, without one, `result`.
     template <class Code>
     Code After(Code result) const {
         return code ? static_cast<Code>(code) : result;
     }
 };
 
-/// Counts a call of the function and returns what DHCPLAB_FAULTS (docs/lab.md) plans for it.
-///
-/// Calls are counted from the writing of the script on, over all stand-ins and processes: in a file
-/// beside the script, <script>.counts, since each netsh of a batch file is a process of its own.
+/// Counts a call of the function and returns the fault that DHCPLAB_FAULTS (docs/lab.md) plans for
+/// it. The counts are in <script>.counts, because all stand-ins and processes share them: each
+/// netsh of a batch file is its own process. They restart when the script changes.
 Fault FaultFor(const char* function);
 
 }  // namespace lab

@@ -12,7 +12,7 @@ const AppendFile& JournalFile() {
 
 }  // namespace
 
-// Append access alone makes the system place every write at the end, whoever wrote before.
+// With append access only, Windows writes at the end of the file, whatever others wrote before.
 AppendFile::AppendFile(const std::wstring& path)
     : m_file(path.empty()
                  ? nullptr

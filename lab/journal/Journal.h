@@ -1,4 +1,4 @@
-// The journal that all stand-ins share: what the program asked of them, one line a call, in order.
+// The journal that all stand-ins share: the calls of the program in order, one per line.
 #pragma once
 
 #include <string>
@@ -9,18 +9,17 @@
 
 namespace lab {
 
-/// Appends one line to the file named by DHCPLAB_JOURNAL, with a single write at its end, so that
-/// several DLLs of a process, and processes one after another, may use one file. `line` is UTF-8
-/// without a line end; whatever comes from the program must have gone through Escape or Quoted.
+/// Appends one line to DHCPLAB_JOURNAL in a single write, so that DLLs and processes can share the
+/// file. line: UTF-8 without a line end; texts of the program escaped by Escape or Quoted.
 void Journal(std::string_view line);
 
-/// Appends "MISUSE <what>". Such a line fails any rehearsal, whatever else it expects.
+/// Appends "MISUSE <what>". Such a line fails every test, whatever the test expects.
 void JournalMisuse(std::string_view what);
 
-/// Appends a whole line, with one write, to the end of a file that is made when absent.
+/// Appends lines to a file, each in one write. Creates a missing file.
 class AppendFile {
 public:
-    /// Off, writing nothing, when the path is empty.
+    /// With an empty path nothing is written.
     explicit AppendFile(const std::wstring& path);
 
     void AppendLine(std::string_view line) const;

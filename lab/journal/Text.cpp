@@ -18,7 +18,7 @@ std::string HexDigits(unsigned value, int width) {
     return text;
 }
 
-/// Appends what stands for a character below 0x80.
+/// Appends the escaped form of a character below 0x80.
 void AppendAscii(std::string& out, unsigned character) {
     const std::size_t letter = kMeanings.find(static_cast<char>(character));
     if (letter != kMeanings.npos)
@@ -29,7 +29,7 @@ void AppendAscii(std::string& out, unsigned character) {
         out += static_cast<char>(character);
 }
 
-/// Units that readers of text files take for a line end, or that XML does not allow.
+/// UTF-16 units that are line ends in text files, or that XML does not allow.
 bool IsUnsafe(unsigned unit) {
     return unit < 0xA0 || unit == 0x2028 || unit == 0x2029 || unit >= 0xFFFE;
 }

@@ -13,7 +13,7 @@ bool Is(const std::wstring& word, const wchar_t* keyword) {
     return ::_wcsicmp(word.c_str(), keyword) == 0;
 }
 
-/// Takes words one after another; a word that does not fit, or is missing, spoils all of them.
+/// Reads words one after another. IsSpoilt() is true after a wrong or missing word.
 class WordReader {
 public:
     explicit WordReader(const std::vector<std::wstring>& words) : m_words(words) {}
@@ -34,7 +34,7 @@ public:
         const DWORD first = Address();
         return {first, Address()};
     }
-    /// The number that belongs to the word; `otherwise` when there is none.
+    /// Returns the number of the next keyword, or `otherwise` if there is no next word.
     DWORD Keyword(std::initializer_list<std::pair<const wchar_t*, DWORD>> keywords,
                   std::optional<DWORD> otherwise = std::nullopt) {
         const Text word = Optional();
@@ -56,7 +56,7 @@ private:
     bool m_isFine = true;
 };
 
-using Code = std::optional<DWORD>;  // none: the words do not fit
+using Code = std::optional<DWORD>;  // nullopt: wrong arguments
 
 Code AddScope(WordReader& words, DWORD, ServerRules& rules) {
     const DWORD id = words.Address();
@@ -99,7 +99,7 @@ Code AddReservation(WordReader& words, DWORD scope, ServerRules& rules) {
     if (words.IsSpoilt())
         return std::nullopt;
     const DWORD code = rules.AddReservation(scope, address, reservation);
-    // A reservation has no texts of its own: they go to the record that came with it.
+    // A reservation has no texts of its own: they go to its client record.
     return code || !name ? code : rules.SetClientTexts(address, name, comment);
 }
 
@@ -196,7 +196,7 @@ NetshAnswer AnswerTo(DWORD code, const std::wstring& server) {
     for (const auto& known : kErrorTexts)
         if (known.code == code)
             text = known.text;
-    if (code >= 1700 && code <= 1999)  // the codes of remote calls
+    if (code >= 1700 && code <= 1999)  // RPC errors
         text = "Unable to determine the DHCP Server version for the Server " + ToUtf8(server) +
                ".\nServer may not function properly.";
     return {text, std::to_string(code)};

@@ -1,6 +1,6 @@
-// The commands of netsh's dhcp context that a batch file of this project may hold; docs/lab.md
-// lists them. Arguments go by position: a name with a blank that nobody quoted moves every word
-// behind it, and a word too many makes the command fail.
+// The commands of netsh's dhcp context that the program's batch files contain (docs/lab.md).
+// Arguments are positional: an unquoted name with a blank shifts all words after it, and one word
+// too many makes the command fail.
 #pragma once
 
 #include <functional>
@@ -12,24 +12,23 @@
 
 namespace lab {
 
-/// What netsh prints, and what the journal notes behind the arrow.
+/// The output of netsh, and the result for the journal.
 struct NetshAnswer {
     std::string text;
     std::string result;
 };
 
-/// The answer to a code of the server; one from 1700 to 1999 means that it is not reached.
+/// Returns the answer for a code of the server; 1700 to 1999 mean that it was not reached.
 NetshAnswer AnswerTo(DWORD code, const std::wstring& server);
 
-/// One command, found by its keywords; its arguments are not looked at yet.
+/// A command, found by its keywords. Its arguments are not parsed yet.
 struct NetshCommand {
-    std::wstring server;  // without "\\"; this machine when none is given
-    /// Carries the command out: netsh looks for the server, then for the scope, then reads the
-    /// arguments.
+    std::wstring server;  // without "\\"; 127.0.0.1 if missing
+    /// Executes the command like netsh: finds the server, then the scope, then reads the arguments.
     std::function<NetshAnswer(ServerState& state)> run;
 };
 
-/// The words after "netsh"; none for a command that netsh would not find.
+/// words: those after "netsh". Returns nullopt for a command that netsh would not find.
 std::optional<NetshCommand> ParseNetsh(const std::vector<std::wstring>& words);
 
 }  // namespace lab

@@ -1,4 +1,4 @@
-// netsh.exe: carries out one command of a batch file on the server's state.
+// netsh.exe: executes one command of a batch file on the server's state.
 #include <cstdio>
 #include <stdexcept>
 

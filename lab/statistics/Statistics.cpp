@@ -1,7 +1,6 @@
-// Prints the statistics of traced modules: lab_statistics [PROGRAM [ARGUMENT...]]
-// Each process shows them in memory of its own, which exists while somebody has it open. Given a
-// program, this runs it and prints its statistics when it has ended; given none, those of all
-// processes.
+// lab_statistics [PROGRAM [ARGUMENT...]]: prints the trace statistics of all processes, or runs
+// PROGRAM and prints its statistics when it has ended. Each process has a shared memory for them,
+// which exists while any process has it open.
 #include <windows.h>
 
 #include <tlhelp32.h>
@@ -16,7 +15,7 @@
 
 namespace {
 
-// The memory as readers of any build expect it.
+// The shared memory's layout for readers of any build.
 struct Block {
     char signature[4];  // "DTSS"
     std::uint32_t version;
@@ -40,7 +39,7 @@ std::string LinesText(const Block& block) {
     return text.empty() ? "none" : text;
 }
 
-/// Zero when the system does not tell.
+/// Returns zero on failure.
 FILETIME StartTime(DWORD processId) {
     const lab::Handle process(::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     FILETIME start{}, unused{};
@@ -48,7 +47,7 @@ FILETIME StartTime(DWORD processId) {
     return start;
 }
 
-/// One line, or nothing for a process that shows no statistics.
+/// Prints one line, or nothing for a process without statistics.
 void Print(DWORD processId) {
     const lab::Handle mapping(
         ::OpenFileMappingA(FILE_MAP_READ, FALSE, MemoryName(processId).c_str()));
@@ -59,7 +58,7 @@ void Print(DWORD processId) {
     Block block;
     std::memcpy(&block, view, sizeof(block));
     ::UnmapViewOfFile(view);
-    // Ids are reused: what an earlier process has left is not this one's.
+    // Process ids are reused: the memory may be that of an earlier process.
     const FILETIME start = StartTime(processId);
     SYSTEMTIME time{};
     ::FileTimeToSystemTime(&start, &time);
@@ -70,7 +69,7 @@ void Print(DWORD processId) {
                     LinesText(block).c_str());
 }
 
-/// The command line behind our own name, as it was given: quotes and all.
+/// Returns the command line after our own name, unchanged, with its quotation marks.
 std::string RestOfCommandLine() {
     std::string line = ::GetCommandLineA();
     const std::size_t end = line[0] == '"' ? line.find('"', 1) + 1 : line.find(' ');
@@ -82,7 +81,7 @@ std::string RestOfCommandLine() {
 
 int main() {
     PROCESS_INFORMATION started{};
-    lab::Handle memory;  // held open, it survives the program
+    lab::Handle memory;  // keeps the memory after the program has ended
     if (std::string commandLine = RestOfCommandLine(); !commandLine.empty()) {
         STARTUPINFOA startup{};
         startup.cb = sizeof(startup);

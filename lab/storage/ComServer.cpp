@@ -1,4 +1,4 @@
-// zakstorage.dll: class factory, registration and the checks when the DLL leaves.
+// zakstorage.dll: class factory, registration and the check for objects left at unload.
 #include <windows.h>
 
 #include <olectl.h>
@@ -13,9 +13,9 @@
 
 namespace {
 
-/// The program id that the gateway's own component has.
+/// The ProgID of the gateway's own component.
 constexpr wchar_t kStorageProgId[] = L"Granite.ZakStorageDB";
-/// Class id under which zakstorage.dll registers itself for it.
+/// The class id that zakstorage.dll registers for it.
 constexpr CLSID kClassId = {
     0xb2f6a7c4, 0x58d1, 0x4c0e, {0x8f, 0x3b, 0x94, 0xe1, 0x7d, 0x2a, 0x6c, 0x05}};
 constexpr wchar_t kClassIdText[] = L"{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}";
@@ -24,7 +24,7 @@ constexpr wchar_t kTitle[] = L"Storage component (stand-in)";
 
 HMODULE thisModule = nullptr;
 
-/// One for all, which nobody has to free.
+/// A static object that is never freed: it does not count references.
 class ClassFactory final : public IClassFactory {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
@@ -71,7 +71,7 @@ struct KeyValue {
     std::wstring text;
 };
 
-/// What registration writes; `path` is this DLL's.
+/// The registry values of the DLL at `path`.
 std::vector<KeyValue> Registration(const std::wstring& path) {
     const std::wstring classKey = std::wstring(L"CLSID\\") + kClassIdText;
     const std::wstring typeLibKey = std::wstring(L"TypeLib\\") + kTypeLibIdText + L"\\1.a";

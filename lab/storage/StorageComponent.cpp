@@ -6,13 +6,13 @@
 namespace lab {
 namespace {
 
-constexpr long kPublic = 1;  // the visibility of the values that everybody may read
+constexpr long kPublic = 1;  // visibility of public values
 
 std::wstring Text(BSTR text) {
     return text ? std::wstring(text, ::SysStringLen(text)) : std::wstring();
 }
 
-/// Names stand bare in the journal where no reader can mistake them.
+/// Returns a name for the journal, quoted only if it would be ambiguous otherwise.
 std::string Word(BSTR text) {
     const std::string quoted = Quoted(text, ::SysStringLen(text));
     const bool isPlain = text && quoted.size() > 2 && quoted != "\"null\"" &&
@@ -20,7 +20,7 @@ std::string Word(BSTR text) {
     return " " + (isPlain ? quoted.substr(1, quoted.size() - 2) : quoted);
 }
 
-/// The interface's id: the published one, or the one that a rehearsal names.
+/// Returns the interface id: the published one, or that in DHCPLAB_STORAGE_IID.
 IID InterfaceId() {
     const std::wstring text = EnvironmentText(L"DHCPLAB_STORAGE_IID");
     IID id = IID_LabZakStorageDB;
@@ -31,7 +31,7 @@ IID InterfaceId() {
 
 }  // namespace
 
-/// One call as the journal shows it; numbers are shown as they came.
+/// One call for the journal, with its numbers unchanged.
 struct StorageComponent::Call {
     explicit Call(const char* name, std::string given = {})
         : function(name), arguments(std::move(given)) {}
@@ -183,8 +183,7 @@ HRESULT StorageComponent::Uninitialize() {
     HRESULT hr = CheckOpen(call);
     if (FAILED(hr))
         return call.Result(hr);
-    // Closed whatever comes out: the caller has no second try, and a planned fault is about the
-    // answer, not about the data.
+    // Closed even on failure: the caller can't retry, and a planned fault changes only the answer.
     hr = m_file.Save();
     m_state = State::Closed;
     return call.Result(FaultFor(call.function).After(hr));

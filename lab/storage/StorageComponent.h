@@ -1,4 +1,3 @@
-// Stand-in for the gateway's storage component: the COM object.
 #pragma once
 
 #include <windows.h>
@@ -15,27 +14,25 @@
 
 namespace lab {
 
-/// Id of the stand-in's interface. Callers learn it from the type library in zakstorage.dll.
+/// Id of the stand-in's interface. Callers find it in the type library of zakstorage.dll.
 inline constexpr IID IID_LabZakStorageDB = {
     0xe60eec85, 0xad99, 0x4c17, {0x9e, 0x77, 0xab, 0xa0, 0x3d, 0x28, 0xce, 0x17}};
 
-/// The storage component over a store file, journalling every call. It is stricter than a real
-/// one: what the interface does not allow is reported as misuse, even where it does no harm.
-///
-/// A failed Initialize is no misuse, and neither is any call after it: E_UNEXPECTED is all it gets.
+/// The storage component on a store file. Journals every call. Stricter than a real one: reports
+/// every forbidden use as misuse, even if harmless. A failed Initialize is not misuse, and neither
+/// are the calls after it, which return E_UNEXPECTED.
 class StorageComponent final : public IUnknown {
 public:
     StorageComponent();
 
-    /// Objects that somebody still holds.
     static std::atomic<long> liveObjects;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override;
     ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
     ULONG STDMETHODCALLTYPE Release() override;
 
-    // The interface is this order of functions, fourth to fifteenth behind IUnknown's three. A
-    // call of an unused one means that the caller has another order.
+    // The order of these functions is the interface: the fourth to fifteenth, after IUnknown's
+    // three. A call of an unused one means that the caller has another order.
     virtual HRESULT STDMETHODCALLTYPE Initialize(BSTR path);
     virtual HRESULT STDMETHODCALLTYPE get_Value(long visibility, long index, BSTR section,
                                                 BSTR entry, BSTR name, VARIANT* value);
@@ -59,10 +56,10 @@ private:
 
     ~StorageComponent();
     static HRESULT Unused(const char* function);
-    /// The checks that all calls on an open store share; a failure is the call's answer.
+    /// Performs the checks that all calls on an open store share. A failure is the call's result.
     HRESULT Check(const Call& call, BSTR section, const char* misuse, Fault& fault);
     HRESULT CheckOpen(const Call& call);
-    /// A call that only reads, and hands out what it has read.
+    /// Executes a call that reads, and returns what it read in `out`.
     HRESULT Read(const Call& call, BSTR section, const char* misuse, VARIANT* out,
                  const std::function<HRESULT(OwnedVariant&)>& read);
 

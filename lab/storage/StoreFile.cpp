@@ -32,7 +32,7 @@ std::wstring FoldedCase(std::wstring name) {
                              what);
 }
 
-/// The attributes of one element, each taken once; one that nobody takes is not known.
+/// The attributes of one element. Each is taken once; any attribute not taken is an error.
 class Attributes {
 public:
     explicit Attributes(const Node& node) : m_node(node) {}
@@ -73,7 +73,7 @@ private:
     int m_taken = 0;
 };
 
-/// Calls `read` for each element in the node, which must have that name; nothing else may be there.
+/// Calls `read` for each child element. Anything but elements of this name is an error.
 template <class Read>
 void ForEach(const Node& parent, const char* name, const Read& read) {
     for (const Node* node = parent.first_node(); node; node = node->next_sibling()) {

@@ -1,4 +1,4 @@
-// The store behind the stand-in component: sections of entries of named values, in an XML file.
+// The store of the stand-in component: sections of entries of named values, in an XML file.
 #pragma once
 
 #include <windows.h>
@@ -12,11 +12,11 @@
 
 namespace lab {
 
-/// Items in the order in which they came, found by a key through a hash.
+/// Items in insertion order, with a hash index by key.
 template <class Item>
 class OrderedIndex {
 public:
-    /// A second item with the same key stays in the order, but the key then finds the newer one.
+    /// Items of one key all stay in the order; the key finds the newest.
     Item& Add(const std::wstring& key, Item item) {
         m_byKey[key] = m_items.size();
         m_items.push_back(std::move(item));
@@ -37,28 +37,28 @@ private:
     std::unordered_map<std::wstring, std::size_t> m_byKey;
 };
 
-/// One XML file, read whole by Open and held in memory until Save. Names of sections and entries
-/// compare exactly, names of values without regard to case. An entry may hold a value name twice:
-/// lists show both, look-ups find the later one.
+/// One XML file, read whole by Open and held in memory until Save. Only value names ignore case;
+/// names of sections and entries must match exactly. An entry may have a value name twice: lists
+/// show both values, look-ups find the later one.
 class StoreFile {
 public:
-    /// Reads the file: ERROR_FILE_NOT_FOUND when there is none, ERROR_INVALID_DATA when it is no
-    /// store (both as HRESULT). Failure tells why and where.
+    /// Reads the file. Returns ERROR_FILE_NOT_FOUND if it is missing, ERROR_INVALID_DATA if it is
+    /// not a store (both as HRESULT). Failure() then has the reason and the place.
     HRESULT Open(const std::wstring& path);
     const std::string& Failure() const { return m_failure; }
 
-    /// Writes the file if something changed; whenever a run ends, it is the old one or the new one.
+    /// Writes the file if something changed. A killed run leaves the old or the new file, complete.
     HRESULT Save();
 
-    /// HRESULT of ERROR_NOT_FOUND when the section, the entry or the value is missing.
+    /// Returns ERROR_NOT_FOUND (as HRESULT) if the section, entry or value is missing.
     HRESULT Get(const std::wstring& section, const std::wstring& entry, const std::wstring& name,
                 OwnedVariant& value) const;
-    /// Makes what is missing on the way.
+    /// Creates a missing section, entry or value.
     void Put(const std::wstring& section, const std::wstring& entry, const std::wstring& name,
              const std::wstring& text);
-    /// The identifiers of the entries; an empty list for a section that is missing.
+    /// Lists the ids of the entries; a missing section has an empty list.
     HRESULT List(const std::wstring& section, OwnedVariant& answer) const;
-    /// Name, value, name, value, ...; ERROR_NOT_FOUND when the entry is missing.
+    /// Lists name, value, name, value, ... Returns ERROR_NOT_FOUND if the entry is missing.
     HRESULT ListValues(const std::wstring& section, const std::wstring& entry,
                        OwnedVariant& answer) const;
 
@@ -78,7 +78,7 @@ private:
         OrderedIndex<Entry> entries;
     };
 
-    void Read(std::string& text);  // which it takes to pieces
+    void Read(std::string& text);  // overwrites the text
     const Entry* FindEntry(const std::wstring& section, const std::wstring& entry) const;
     std::string Text() const;
 

@@ -1,4 +1,4 @@
-// What the store's file holds, as the VARIANTs that its callers get.
+// Conversion of values in the store file to VARIANTs for callers.
 #pragma once
 
 #include <windows.h>
@@ -20,12 +20,12 @@ public:
     OwnedVariant& operator=(const OwnedVariant&) = delete;
 
     const VARIANT& get() const { return m_value; }
-    /// The address for an out argument, after clearing.
+    /// Clears the content and returns its address, for an out argument.
     VARIANT* Receive() {
         ::VariantClear(&m_value);
         return &m_value;
     }
-    /// Gives the content away; this object is empty afterwards.
+    /// Passes the content to the caller; this object is empty afterwards.
     VARIANT Detach() {
         const VARIANT value = m_value;
         ::VariantInit(&m_value);
@@ -41,7 +41,7 @@ struct TypedText {
     std::wstring text;
     std::wstring typeWord;  // empty for a text
 
-    /// Makes the value; `value` is left empty on failure, which an unknown word is, too.
+    /// Converts the text. On failure, also for an unknown word, `value` is empty.
     HRESULT MakeVariant(OwnedVariant& value) const;
 
     bool operator==(const TypedText& other) const {
@@ -49,8 +49,8 @@ struct TypedText {
     }
 };
 
-/// The form of a list: normally all elements from index 0 on, on request something that a caller
-/// must take for another list, or for an empty one. docs/lab.md lists the forms.
+/// The form of a list: normally an array of all elements with the lower bound 0; otherwise one that
+/// callers must read as another list or as an empty one. docs/lab.md lists the forms.
 struct ListForm {
     std::wstring result;
     LONG lower = 0;
@@ -59,7 +59,7 @@ struct ListForm {
     HRESULT Make(const std::vector<const TypedText*>& elements, OwnedVariant& answer) const;
 };
 
-/// One line for the journal: the type and the content, such as bstr "PC-1", ui4 5, array of 14.
+/// Returns type and content for the journal, such as bstr "PC-1", ui4 5, array of 14.
 std::string Describe(const VARIANT& value);
 
 }  // namespace lab

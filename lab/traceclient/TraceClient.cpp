@@ -1,7 +1,6 @@
 // DTClient.dll: stand-in for the trace client library. Writes every trace call to DHCPLAB_TRACE.
-//
-// The entries use the C calling convention (on 64-bit Windows there is no other), narrow texts and
-// 32-bit numbers. One module registers at a time, which is all that a program does with it.
+// The calling convention is C, the only one on 64-bit Windows. Texts are narrow, numbers have 32
+// bits. Only one module can be registered at a time.
 #include <windows.h>
 
 #include <atomic>
@@ -17,10 +16,10 @@ namespace {
 
 using Number = std::uint32_t;
 constexpr Number kAllLevels = 0xFFFFFFFF;
-constexpr UINT kNoBoxes = 0x8001;  // a drive without a medium, a file that is missing
+constexpr UINT kNoBoxes = 0x8001;  // SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX
 
 std::atomic<bool> isRegistered{false};
-constexpr char kRegistration = 0;  // its address is what a module gets
+constexpr char kRegistration = 0;  // its address is the registration
 
 void TraceLine(const std::string& line) {
     static const lab::AppendFile file(lab::EnvironmentText(L"DHCPLAB_TRACE"));
@@ -44,9 +43,9 @@ std::string Narrow(const char* text) {
     return lab::Escape(std::string_view(text));
 }
 
-/// The program registers before it does anything else. Beside the lab's dhcpsapi.dll, and without a
-/// state for that server, somebody has started it by hand, perhaps on a real gateway: it would
-/// change the store there and report success for a server that does not exist. So it ends here.
+/// Ends a program that was started by hand beside the lab's dhcpsapi.dll, without a server state
+/// and perhaps on a real gateway: it would change the store there for a server that does not exist.
+/// Called first, because the program registers before it does anything else.
 void EndOutsideOfALab() {
     std::wstring path(32768, L'\0');
     path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
@@ -62,7 +61,7 @@ void EndOutsideOfALab() {
     ::TerminateProcess(::GetCurrentProcess(), 1);
 }
 
-/// `content` is fit for a line; the two numbers that nobody uses have to be 0.
+/// content: already escaped. reserved: both reserved numbers combined, must be 0.
 void Trace(const char* entry, const void* registration, const char* file, Number line,
            const char* function, Number level, Number reserved, const void* source,
            const std::string& content) {
@@ -88,7 +87,7 @@ void* DTRegisterModule(HMODULE module, const char* path, const char* text1, cons
     if (isRegistered)
         Misuse("DTRegisterModule while registered");
     isRegistered = lab::EnvironmentText(L"DHCPLAB_TRACE_FAIL") != L"register";
-    // The folder differs from machine to machine; the name is what can be compared.
+    // Only the file name, because the folder differs from machine to machine.
     const std::string whole = path ? path : "";
     TraceLine("register|" + lab::Escape(whole.substr(whole.find_last_of("\\/") + 1)) + "|" +
               lab::Quoted(text1) + "|" + lab::Quoted(text2) + (isRegistered ? "" : "|refused"));
@@ -127,7 +126,7 @@ Number DTGetFilter(void* registration) {
     return static_cast<Number>(mask.value_or(kAllLevels));
 }
 
-// The program looks these two up and never calls them.
+// The program looks up these two but never calls them.
 void DTTraceID() {
     Misuse("DTTraceID called");
 }
