@@ -1,7 +1,6 @@
-# boost_headers, boost_program_options and boost_filesystem.
-#
-# Cross builds take the headers of libboost1.81-dev and two libraries that script/bootstrap builds
-# once into a cache outside of the build tree, so that removing build/ costs no download.
+# Defines boost_headers, boost_program_options and boost_filesystem. Cross builds use the headers of
+# libboost1.81-dev and two libraries that script/bootstrap builds once. Their cache is outside the
+# build tree, so that deleting build/ causes no download.
 if(MSVC)
     find_package(Boost 1.81 REQUIRED COMPONENTS program_options filesystem)
     add_library(boost_headers INTERFACE)

@@ -1,8 +1,8 @@
-# project_warnings: what every target of our own is compiled with.
+# project_warnings: the compiler options of all our own targets.
 add_library(project_warnings INTERFACE)
 
 if(MSVC)
-    # The traced texts of checked expressions hang on the preprocessor that the standard describes.
+    # /Zc:preprocessor: the traced texts of checked expressions need the standard preprocessor.
     target_compile_options(project_warnings INTERFACE
         /W4 /WX /permissive- /utf-8 /Zc:preprocessor)
     target_compile_definitions(project_warnings INTERFACE
@@ -11,8 +11,8 @@ else()
     target_compile_options(project_warnings INTERFACE
         -Wall -Wextra -Wpedantic -Werror
         -Wconversion -Wsign-conversion -Wshadow -Wformat=2)
-    # Traps instead of reporting: the sanitizer's runtime does not exist for this target. Own
-    # sources only; Boost's headers double their compile time with it.
+    # Traps, because the sanitizer's reporting runtime does not exist for this target. In our own
+    # targets only: it doubles the compile time of Boost's code.
     set(undefined -fsanitize=undefined -fsanitize-undefined-trap-on-error)
     target_compile_options(project_warnings INTERFACE "$<$<CONFIG:Debug>:${undefined}>")
 endif()
