@@ -19,14 +19,14 @@ std::string ConsoleText(const json::string& utf8) {
     std::wstring wide(utf8.size(), L'\0');
     wide.resize(static_cast<std::size_t>(
         ::MultiByteToWideChar(CP_UTF8, 0, utf8.c_str(), bytes, wide.data(), bytes)));
-    std::string narrow(utf8.size() * 2, '\0');  // no code page needs more
+    std::string narrow(utf8.size() * 2, '\0');  // enough for every code page
     narrow.resize(static_cast<std::size_t>(::WideCharToMultiByte(
         ::GetConsoleOutputCP(), 0, wide.c_str(), static_cast<int>(wide.size()), narrow.data(),
         static_cast<int>(narrow.size()), nullptr, nullptr)));
     return narrow;
 }
 
-/// A text or number, or nothing where the member is null or missing.
+/// Returns a text or a number; empty if the member is null or missing.
 std::string Member(const json::object& object, const char* name) {
     const json::value* const value = object.if_contains(name);
     if (!value || value->is_null())
