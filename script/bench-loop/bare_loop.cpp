@@ -1,7 +1,7 @@
-// bare_loop -c|-l FILE -i SERVER: the external calls of dhcpmigrate's export and import of clients
-// with -v off, and the bytes that they write. script/bench measures the program against it. It
-// checks nothing: every field of that input is present and valid. All declarations are its own, so
-// that a change of the program does not change the measure.
+// bare_loop -c|-l FILE -i SERVER: makes the external calls of dhcpmigrate's export and import of
+// clients with -v off, and writes the same bytes. script/bench compares the program with it. Checks
+// nothing, because every field of that input is present and valid. Shares no declaration with the
+// program, so that a change there does not change the measure.
 #include <windows.h>
 
 #include <oleauto.h>
