@@ -88,7 +88,7 @@ DWORD ServerRules::AddExclusion(DWORD scopeId, AddressRange range) {
     const auto after = scope->exclusions.upper_bound(range.last);
     if (after != scope->exclusions.begin() && std::prev(after)->second >= range.first)
         return kInvalidRange;  // equal or overlapping
-    // Accepted even outside the range, and over a lease or reservation.
+    // Exclusions are accepted even outside the range, and over a lease or reservation.
     m_state.ChangeScope(scopeId).exclusions[range.first] = range.last;
     return ERROR_SUCCESS;
 }

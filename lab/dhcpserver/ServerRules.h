@@ -40,7 +40,7 @@ public:
 
     /// Uses only the mask, texts and state of `scope`.
     DWORD CreateScope(DWORD scopeId, Scope scope);
-    /// Returns null for kSubnetNotPresent.
+    /// Returns null if there is no such scope; the call must then fail with kSubnetNotPresent.
     const Scope* FindScope(DWORD scopeId) const { return m_state.FindScope(scopeId); }
     DWORD AddRange(DWORD scopeId, AddressRange range);
     DWORD AddExclusion(DWORD scopeId, AddressRange range);

@@ -45,7 +45,7 @@ struct Scope {
     Text name;
     Text comment;
     DWORD state = 0;
-    // Texts of the primary host; only in a state written by hand.
+    // Texts of the primary host. Only a state written by hand contains them.
     Text netBiosName;
     Text hostName;
     std::optional<AddressRange> range;
@@ -82,7 +82,7 @@ class ServerState {
 public:
     using ScopeEntry = std::pair<const DWORD, Scope>;
 
-    /// Names and addresses of the server. If empty, every address reaches it and no name does.
+    /// Names and addresses of the server. Without any, every address reaches it and no name does.
     std::vector<std::wstring> addresses;
     bool IsReachedBy(const std::wstring& server) const;
 
@@ -113,7 +113,7 @@ private:
 
     std::map<DWORD, Scope> m_scopes;
     std::map<DWORD, Client> m_clients;
-    // The addresses by unique id, which contains the scope id.
+    // These map a unique id, which contains the scope id, to its address.
     std::unordered_map<Identifier, DWORD> m_reservedAddresses;
     std::unordered_map<Identifier, DWORD> m_clientAddresses;
 };

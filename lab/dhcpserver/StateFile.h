@@ -13,7 +13,7 @@ namespace lab {
 
 class StateFile {
 public:
-    /// Opens nothing before the first call. A missing file is an empty server, "" is no server.
+    /// Opens nothing before the first call. A missing file means an empty server, "" no server.
     explicit StateFile(std::wstring path) : m_path(std::move(path)) {}
 
     /// Runs one call on the state. Without a server only returns RPC_S_SERVER_UNAVAILABLE. Throws

@@ -34,7 +34,7 @@ std::string Dotted(std::uint32_t hostOrderAddress);
 /// some programs read 010 as eight.
 std::optional<std::uint32_t> ParseAddress(std::wstring_view text);
 
-/// Parses decimal digits, or hexadecimal ones after "0x". Returns nullopt above `max`.
+/// Parses decimal digits, or hexadecimal ones after "0x". Returns nullopt for more than `max`.
 std::optional<std::uint64_t> ParseNumber(std::wstring_view text, std::uint64_t max);
 
 /// Returns lower-case pairs of hexadecimal digits: "00-1a-2b" with the separator "-".

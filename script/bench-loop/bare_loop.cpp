@@ -1,7 +1,7 @@
 // bare_loop -c|-l FILE -i SERVER: makes the external calls of dhcpmigrate's export and import of
 // clients with -v off, and writes the same bytes. script/bench compares the program with it. Checks
 // nothing, because every field of that input is present and valid. Shares no declaration with the
-// program, so that a change there does not change the measure.
+// program, so that a change of the program does not change the reference.
 #include <windows.h>
 
 #include <oleauto.h>
@@ -11,7 +11,7 @@
 #include <cwchar>
 #include <string>
 
-// Not in the unnamed namespace: the compiler would see that no class implements it.
+// Not in the unnamed namespace, where the compiler would see that no class implements it.
 struct IGatewayStore : public IUnknown {
     virtual HRESULT WINAPI Initialize(BSTR path) = 0;
     virtual void Slot2() = 0, Slot3() = 0, Slot4() = 0;

@@ -17,7 +17,7 @@ extern std::uint32_t traceFilter;
 /// The trace client library. DTTraceID and DTPersistence must be exported but are never called.
 class CTraceClient : public CRuntimeLibrary {
 public:
-    // The default search, PATH included: the gateway may install the library anywhere.
+    // The default search order, PATH included: the gateway may install the library anywhere.
     CTraceClient() : CRuntimeLibrary("DTClient.dll", 0) {}
 
     CEntry<void*(HMODULE module, const char* modulePath, const char* text1, const char* text2)>

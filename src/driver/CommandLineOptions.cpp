@@ -14,8 +14,8 @@ namespace {
 // argument, combined short switches, unambiguous prefixes of long names, and names in any case.
 constexpr int kParserStyle = 2047;
 
-// Decision 0018. The functions below reject what only the library accepts: a wrong command line
-// must show the help, not run a command that the administrator did not mean.
+// Decision 0018. The functions below reject command lines that the library would accept: a wrong
+// one must show the help, not run a command that the administrator did not mean.
 
 [[noreturn]] void ThrowUnknownOption(const std::string& token) {
     po::unknown_option error;

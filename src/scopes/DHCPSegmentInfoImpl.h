@@ -85,7 +85,7 @@ private:
     static HRESULT GetAdapterField(const std::string& registryEntryLocation, const char* valueName,
                                    TextList& texts);
 
-    /// Upper-case first label of a host name -> its first dynamic client in the list (borrowed).
+    /// Maps a host name's first label, in upper case, to its first dynamic client (borrowed).
     using DynamicClients = std::unordered_map<std::string, const CDHCPClient*>;
     static bool FindDHCPClientWithSameName(const DynamicClients& clients,
                                            const std::string& nameToFind, std::uint32_t& ipAddress,

@@ -7,8 +7,8 @@
 /// Ignores directories that can't be created; returns E_FAIL only for an empty path.
 HRESULT CreateDirectoryChain(const char* path);
 
-/// The folder of the gateway's configuration file, from the registry. If the registry holds no
-/// usable text, the temporary folder, which is then recorded there for the next run.
+/// The folder of the gateway's configuration file, from the registry. If the registry has no usable
+/// text, the temporary folder, which is then written to the registry for the next run.
 class CDataFolder {
 public:
     /// Returns the folder without a final separator, in the ANSI code page; empty if the registry

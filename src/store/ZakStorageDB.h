@@ -29,7 +29,7 @@ struct IZakStorageDB : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE Unused4() = 0;
     /// Closes the file.
     virtual HRESULT STDMETHODCALLTYPE Uninitialize() = 0;
-    /// Lists a section's entry ids as an array of variants; entry is null.
+    /// Lists a section's entry ids as an array of variants; entry must be null.
     virtual HRESULT STDMETHODCALLTYPE Enumerate(E_ZAKSTORAGE_VISIBILITY visibility, long index,
                                                 BSTR section, BSTR entry, VARIANT* entries) = 0;
     virtual HRESULT STDMETHODCALLTYPE Unused7() = 0;
@@ -37,7 +37,7 @@ struct IZakStorageDB : public IUnknown {
     virtual HRESULT STDMETHODCALLTYPE Unused9() = 0;
     virtual HRESULT STDMETHODCALLTYPE Unused10() = 0;
     virtual HRESULT STDMETHODCALLTYPE Unused11() = 0;
-    /// Lists an entry as an array of variants: name, value, name, value, ... `unused` is null.
+    /// Lists an entry as an array of variants: name, value, name, value, ... unused must be null.
     virtual HRESULT STDMETHODCALLTYPE EnumerateWithValue(E_ZAKSTORAGE_VISIBILITY visibility,
                                                          long index, BSTR section, BSTR entry,
                                                          BSTR unused, VARIANT* pairs) = 0;

@@ -16,7 +16,7 @@ public:
 
     /// Traces the message and writes it unchanged (it contains its own "\n") in one write. Opens
     /// and closes the log file for each message, so that other programs can read it during the run.
-    /// verboseOnly: not written if verbose is off.
+    /// verboseOnly: do not write it if verbose is off.
     void DisplayMsg(const std::string& message, bool verboseOnly);
     /// True if a message for verbose users would be shown or traced; otherwise do not build it.
     bool IsDetailWanted() const;
