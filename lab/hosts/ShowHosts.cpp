@@ -139,12 +139,13 @@ void ShowAnswers(const std::vector<Host>& hosts, const std::set<DWORD>& servers,
 }
 
 void Run(const std::vector<std::wstring>& words) {
+    static const std::set<std::wstring> kFlags{L"--lease", L"--lease-forgotten"};
+    static const std::set<std::wstring> kWithFile{L"--scopes", L"--log", L"--had"};
     std::map<std::wstring, std::vector<std::wstring>> options;  // the files by ""
     for (std::size_t i = 0; i < words.size(); ++i) {
-        const bool isOption = boost::starts_with(words[i], L"--");
-        const bool hasFile = isOption && !boost::starts_with(words[i], L"--lease");
-        const std::wstring& option = isOption ? words[i] : L"";
-        options[option].push_back(words[std::min(i += hasFile, words.size() - 1)]);
+        const bool hasFile = kWithFile.count(words[i]) && i + 1 < words.size();
+        const std::wstring option = hasFile || kFlags.count(words[i]) ? words[i] : L"";
+        options[option].push_back(words[i += hasFile]);
     }
     const auto& files = options[L""];
     if (files.size() < 2 || files.size() > 3)
