@@ -6,7 +6,7 @@
 
 namespace lab {
 
-/// Answers hosts one after the other and holds what they get. An address of 0 is none.
+/// Answers hosts one after the other and keeps their leases. 0 means no address.
 class Leasing {
 public:
     /// `now` is a FILETIME: a record that expires later is a lease.

@@ -1,5 +1,5 @@
-// show_hosts: what each host of a clients.csv gets from the stand-in server (docs/lab.md). Texts
-// are in the gateway's code page, which the console gets as well; an address of 0 is none.
+// show_hosts: which address each host of a clients.csv gets from the stand-in server (docs/lab.md).
+// Names are in the gateway's code page, and the console is set to it. 0 means no address.
 #include <windows.h>
 
 #include <algorithm>
