@@ -294,9 +294,10 @@ class Scenario:
         elif name == "incomplete":  # the names stay in order, as the search for one needs it
             client = world.folders["program"] / "DTClient.dll"
             client.unlink(missing_ok=True)
-            entry, other = text.encode(), text[:-1].encode() + bytes([ord(text[-1]) + 1])
-            client.write_bytes((world.options.lab / "DTClient.dll").read_bytes().replace(
-                entry + b"\0", other + b"\0"))
+            code = (world.options.lab / "DTClient.dll").read_bytes()
+            for entry in text.encode().split():
+                code = code.replace(entry + b"\0", entry[:-1] + bytes([entry[-1] + 1, 0]))
+            client.write_bytes(code)
         elif name == "registry":
             world.add_registry(text)
         elif name in ("store", "state"):

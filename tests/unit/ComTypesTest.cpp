@@ -28,6 +28,20 @@ TEST(ArrayView, WhatIsNoListOfVariantsIsEmptyAndAListIsFreeAfterwards) {
     EXPECT_EQ(sizeOf(unfilled), 0u) << "no data";
 }
 
+TEST(ComApartment, IsLeftOnceAndOnlyIfItWasEntered) {
+    for (const DWORD mode : {COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED}) {
+        ASSERT_EQ(::CoInitializeEx(nullptr, mode), S_OK);
+        CComApartment apartment;
+        apartment.Enter();
+        apartment.Leave();
+        apartment.Leave();
+        APTTYPE type{};
+        APTTYPEQUALIFIER qualifier{};
+        EXPECT_EQ(::CoGetApartmentType(&type, &qualifier), S_OK) << mode;
+        ::CoUninitialize();
+    }
+}
+
 TEST(TextConversion, IsThatOfTheThreadsCodePage) {
     const LCID before = ::GetThreadLocale();
     ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "LabLibrary.h"
-#include "TemporaryFolderIs.h"
 #include "diagtools/DiagTraceInfoRegister.h"
 #include "diagtools/HResultCheck.h"
 #include "diagtools/ModuleStatistics.h"
@@ -96,7 +95,7 @@ TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
 
 TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
     const lab_test::Folder folder;
-    const TemporaryFolderIs temporary((folder / L"").c_str());
+    const lab_test::TemporaryFolderIs temporary((folder / L"").c_str());
     CDiagTraceInfo info("Tag", 7, "F");
     bool (CDiagTraceInfo::*unchecked)(std::uint32_t, const char*, ...) =
         &CDiagTraceInfo::operator();  // the compiler refuses a missing format

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "LabLibrary.h"
-#include "TemporaryFolderIs.h"
 #include "win/Handles.h"
 
 namespace {
@@ -21,7 +20,7 @@ protected:
     }
 
     const lab_test::Folder m_folder;
-    const TemporaryFolderIs m_temporary{(m_folder / L"").c_str()};
+    const lab_test::TemporaryFolderIs m_temporary{(m_folder / L"").c_str()};
     const std::wstring m_log = m_folder / L"DT.LOG";
 };
 

@@ -1,4 +1,4 @@
-// What the tests of the stand-ins share: a folder, and a DLL that works in it.
+// What tests share: a folder, a DLL of the lab that works in it, and another temporary folder.
 #pragma once
 
 #include <windows.h>
@@ -72,6 +72,21 @@ public:
 private:
     std::map<std::wstring, std::wstring> m_settings;
     HMODULE m_module = nullptr;
+};
+
+/// Sends this process's temporary files elsewhere while it lives.
+class TemporaryFolderIs {
+public:
+    explicit TemporaryFolderIs(const wchar_t* path) {
+        ::GetEnvironmentVariableW(L"TMP", m_before, MAX_PATH);
+        ::SetEnvironmentVariableW(L"TMP", path);
+    }
+    ~TemporaryFolderIs() { ::SetEnvironmentVariableW(L"TMP", m_before); }
+    TemporaryFolderIs(const TemporaryFolderIs&) = delete;
+    TemporaryFolderIs& operator=(const TemporaryFolderIs&) = delete;
+
+private:
+    wchar_t m_before[MAX_PATH] = L"";
 };
 
 }  // namespace lab_test

@@ -62,9 +62,11 @@ TEST_EXPORT DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR*, DWORD, DWORD* res
     auto* const array = static_cast<DHCP_CLIENT_INFO_ARRAY_V4*>(Block(sizeof(**clients)));
     array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(Block(16 * sizeof(void*)));
     array->NumElements = 1;  // a null one
-    for (; array->NumElements <= static_cast<DWORD>(page.clients); ++array->NumElements)
-        array->Clients[array->NumElements] =
-            static_cast<DHCP_CLIENT_INFO_V4*>(Block(sizeof(DHCP_CLIENT_INFO_V4)));
+    for (; array->NumElements <= static_cast<DWORD>(page.clients); ++array->NumElements) {
+        auto* const client = static_cast<DHCP_CLIENT_INFO_V4*>(Block(sizeof(DHCP_CLIENT_INFO_V4)));
+        client->OwnerHost.HostName = static_cast<WCHAR*>(Block(sizeof(WCHAR)));
+        array->Clients[array->NumElements] = client;
+    }
     *clients = array;
     return page.error;
 }
