@@ -77,7 +77,7 @@ HRESULT CDHCPSegmentInfoImpl::ChangeAllDynamicToReserved(const std::string& scop
                 WriteReservationChange(reserved, dynamicAddress, dynamicHardware);
                 continue;
             }
-            // Allocate memory only here, while the host still has its reservation and its lease.
+            // All that can fail on our side comes before the first removal.
             const CClientRecord reservation(reserved.GetName(), dynamicHardware,
                                             reserved.GetIPAddress(), reserved.GetSubnetMask(),
                                             reserved.GetComment(), reserved.GetLeaseExpiry());
