@@ -307,7 +307,8 @@ class Scenario:
         elif name == "same":  # FILE as that of the sample gateway
             made, known = world.folders["work"] / text, SAMPLE / text
             self.known.add(made)
-            return "" if made.read_bytes() == known.read_bytes() else "  differs\n"
+            same = made.exists() and made.read_bytes() == known.read_bytes()
+            return "" if same else "  differs\n"
         elif name == "show":
             path = Path(world.substitute(text).replace("\\", "/").removeprefix("Z:"))
             path = world.folders["work"] / path
