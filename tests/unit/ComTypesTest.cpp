@@ -6,8 +6,8 @@
 
 namespace {
 
-// The scenarios have the lists of the lab's store. These are lists that the lab cannot make.
-TEST(ArrayView, WhatIsNoListOfVariantsIsEmptyAndAListIsFreeAfterwards) {
+// The lab's store cannot return these arrays, so no scenario covers them.
+TEST(ArrayView, AnythingButAListOfVariantsIsEmptyAndTheListIsUnlocked) {
     const auto sizeOf = [](SAFEARRAY* array) {
         CComVariant result;
         result.vt = VT_ARRAY | VT_VARIANT;
@@ -19,16 +19,16 @@ TEST(ArrayView, WhatIsNoListOfVariantsIsEmptyAndAListIsFreeAfterwards) {
         return size;
     };
     EXPECT_EQ(sizeOf(::SafeArrayCreateVector(VT_VARIANT, 2147483640, 7)), 7u);
-    EXPECT_EQ(sizeOf(::SafeArrayCreateVector(VT_BSTR, 0, 3)), 0u) << "a label that lies";
+    EXPECT_EQ(sizeOf(::SafeArrayCreateVector(VT_BSTR, 0, 3)), 0u) << "BSTRs, labeled VARIANT";
     SAFEARRAYBOUND bounds[] = {{2, 0}, {1, 0}};
-    EXPECT_EQ(sizeOf(::SafeArrayCreate(VT_VARIANT, 2, bounds)), 0u) << "a table";
+    EXPECT_EQ(sizeOf(::SafeArrayCreate(VT_VARIANT, 2, bounds)), 0u) << "two dimensions";
     SAFEARRAY* unfilled = nullptr;
     ::SafeArrayAllocDescriptorEx(VT_VARIANT, 1, &unfilled);
     unfilled->rgsabound[0] = {3, 0};
     EXPECT_EQ(sizeOf(unfilled), 0u) << "no data";
 }
 
-TEST(ComApartment, IsLeftOnceAndOnlyIfItWasEntered) {
+TEST(ComApartment, IsLeftOnceAndOnlyIfEntered) {
     for (const DWORD mode : {COINIT_APARTMENTTHREADED, COINIT_MULTITHREADED}) {
         ASSERT_EQ(::CoInitializeEx(nullptr, mode), S_OK);
         CComApartment apartment;
@@ -42,7 +42,7 @@ TEST(ComApartment, IsLeftOnceAndOnlyIfItWasEntered) {
     }
 }
 
-TEST(TextConversion, IsThatOfTheThreadsCodePage) {
+TEST(TextConversion, UsesTheThreadsCodePage) {
     const LCID before = ::GetThreadLocale();
     ::SetThreadLocale(MAKELCID(MAKELANGID(LANG_JAPANESE, SUBLANG_DEFAULT), SORT_DEFAULT));
     EXPECT_EQ(NarrowText(L"a\x3042"), "a\x82\xa0");

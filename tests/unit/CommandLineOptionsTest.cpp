@@ -8,8 +8,8 @@ namespace {
 
 namespace po = boost::program_options;
 
-/// "name=value" of every option found, in alphabetical order; "!" and the reason when the line is
-/// refused.
+/// Returns "name=value" for each option found, in alphabetical order; for an invalid command line
+/// "!" and the message.
 std::string Parse(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "dhcpmigrate");
     std::vector<const char*> argv;
@@ -36,7 +36,7 @@ std::string Parse(std::vector<std::string> arguments) {
     }
 }
 
-TEST(CommandLineOptions, EveryOptionTakesItsValueInEveryFormAndHasAnImplicitOne) {
+TEST(CommandLineOptions, EveryOptionAcceptsItsValueInEveryFormAndHasAnImplicitOne) {
     const struct {
         std::string name, letter, implicitValue, value = "v.csv";
     } rows[] = {
@@ -70,44 +70,44 @@ TEST(CommandLineOptions, EveryOptionTakesItsValueInEveryFormAndHasAnImplicitOne)
     }
 }
 
-TEST(CommandLineOptions, ALineMeansWhatItSaysOrIsRefused) {
+TEST(CommandLineOptions, InvalidLinesAreRefusedWithAMessage) {
     const struct {
         const char* why;
         std::vector<std::string> arguments;
         const char* expected;
     } rows[] = {
-        {"short letters know their case", {"-C"}, "! unrecognised option '-C'"},
-        {"also behind a slash, where a value is stuck on", {"/Ca"}, "! unrecognised option '/Ca'"},
-        {"and within a group", {"-hC"}, "! unrecognised option '-hC'"},
-        {"and behind three dashes", {"---C"}, "! unrecognised option '---C'"},
-        {"long names have no case", {"--EXPORTCLIENTS=x.csv"}, "exportClients=x.csv"},
-        {"and may be cut short", {"--rESERV", "s"}, "Reservation=s"},
-        {"unless others begin so, too",
+        {"short names are case-sensitive", {"-C"}, "! unrecognised option '-C'"},
+        {"also after a slash, with an attached value", {"/Ca"}, "! unrecognised option '/Ca'"},
+        {"also within a group", {"-hC"}, "! unrecognised option '-hC'"},
+        {"also after three dashes", {"---C"}, "! unrecognised option '---C'"},
+        {"long names are case-insensitive", {"--EXPORTCLIENTS=x.csv"}, "exportClients=x.csv"},
+        {"and can be abbreviated", {"--rESERV", "s"}, "Reservation=s"},
+        {"unless the abbreviation is ambiguous",
          {"--update"},
          "! option '--update' is ambiguous and matches '--updateClients', '--updateMAC', and "
          "'--updateScopes'"},
-        {"-help is -h with -e lp",
+        {"-help means -h -e lp",
          {"-help"},
          "! the argument ('lp') for option '--errorDesc' is invalid"},
-        {"a switch can be stuck to an option with a value", {"-hca"}, "exportClients=a help="},
-        {"which takes all the rest", {"-ch"}, "exportClients=h"},
-        {"a slash begins one letter", {"/hC"}, "! option '--help' does not take any arguments"},
-        {"no option twice, with a value or the implicit one",
+        {"a switch can precede an option in a group", {"-hca"}, "exportClients=a help="},
+        {"whose value is the rest of the group", {"-ch"}, "exportClients=h"},
+        {"after /h the rest is a value", {"/hC"}, "! option '--help' does not take any arguments"},
+        {"no option twice, not even with implicit values",
          {"-c", "--exportC"},
          "! option '--exportClients' cannot be specified more than once"},
-        {"help twice", {"-hh"}, "! option '--help' cannot be specified more than once"},
-        {"below zero", {"-d-5"}, "! the argument ('-5') for option '--leaseDuration' is invalid"},
-        {"a long one",
+        {"not even help", {"-hh"}, "! option '--help' cannot be specified more than once"},
+        {"negative", {"-d-5"}, "! the argument ('-5') for option '--leaseDuration' is invalid"},
+        {"negative, with a long name",
          {"--errorDesc=-1"},
          "! the argument ('-1') for option '--errorDesc' is invalid"},
-        {"a dash begins an option", {"-e", "-1"}, "! unrecognised option '-1'"},
+        {"a dash always begins an option", {"-e", "-1"}, "! unrecognised option '-1'"},
         {"the largest number", {"-e4294967295"}, "errorDesc=4294967295"},
-        {"one more",
+        {"the largest number plus one",
          {"-e4294967296"},
          "! the argument ('4294967296') for option '--errorDesc' is invalid"},
-        {"so is a single dash or slash", {"-c", "-", "-s", "/"}, "exportClients=- exportScopes=/"},
-        {"a stuck value keeps its sign", {"-c=a.csv"}, "exportClients==a.csv"},
-        {"stray words are passed over", {"a.csv", "-s", "b", "c", "--", "-C"}, "exportScopes=b"},
+        {"single - and / are values", {"-c", "-", "-s", "/"}, "exportClients=- exportScopes=/"},
+        {"an attached value keeps its \"=\"", {"-c=a.csv"}, "exportClients==a.csv"},
+        {"stray words are ignored", {"a.csv", "-s", "b", "c", "--", "-C"}, "exportScopes=b"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);

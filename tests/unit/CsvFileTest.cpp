@@ -18,15 +18,15 @@ Texts EntriesOf(const std::string& path) {
     return entries;
 }
 
-TEST(CsvFile, EntriesAreTheLinesBehindTheHeaderThatSaySomething) {
+TEST(CsvFile, EntriesAreTheLinesAfterTheHeaderButNotBlankOnesOrComments) {
     const struct {
         const char* why;
         const char* bytes;
         Texts expected;
     } rows[] = {
         {"as exported", "Name, MAC\r\n\r\na, 1\r\nb, 2\r\n", {"a, 1", "b, 2"}},
-        {"a CR left would lose the reservation", "h\r\na,Reserved\r", {"a,Reserved"}},
-        {"CR elsewhere is data", "h\na\rb\r\r\n", {"a\rb\r"}},
+        {"a trailing CR would lose the reservation", "h\r\na,Reserved\r", {"a,Reserved"}},
+        {"a CR elsewhere is data", "h\na\rb\r\r\n", {"a\rb\r"}},
         {"the first line is the header, even when empty", "\na\n", {"a"}},
         {"only \"#\" in the first column is a comment", "h\n#a\n #b\n", {" #b"}},
         {"a stray Ctrl-Z does not end the file", "h\na\x1a\nb\n", {"a\x1a", "b"}},
@@ -36,12 +36,12 @@ TEST(CsvFile, EntriesAreTheLinesBehindTheHeaderThatSaySomething) {
         SCOPED_TRACE(row.why);
         lab_test::WriteAll(folder / L"a.csv", row.bytes);
         const std::ofstream other(std::filesystem::path(folder / L"a.csv"),
-                                  std::ios::app);  // still open elsewhere
+                                  std::ios::app);  // open in another program
         EXPECT_EQ(EntriesOf(std::filesystem::path(folder / L"a.csv").string()), row.expected);
     }
 }
 
-TEST(CsvFile, AFailureToReadIsTracedAndHalfALineIsNone) {
+TEST(CsvFile, AReadErrorIsTracedAndThePartialLineIsDropped) {
     constexpr char kPipe[] = "\\\\.\\pipe\\dhcpmigrate test";
     const Handle pipe(
         ::CreateNamedPipeA(kPipe, PIPE_ACCESS_OUTBOUND, PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr));
@@ -63,7 +63,7 @@ TEST(CsvFile, EachCommaSeparatesTwoFieldsAndOnlyBlanksAndTabsAreTrimmed) {
     for (std::string& field : fields)
         TrimCsvField(field);
     EXPECT_EQ(fields, (Texts{"", "PC-1", "10.1.0.5", "", "\"a  b", "\va\r", "\xa0", ""}));
-    EXPECT_EQ(SplitCsvFields("\"a,b\""), (Texts{"\"a", "b\""})) << "nothing is quoted";
+    EXPECT_EQ(SplitCsvFields("\"a,b\""), (Texts{"\"a", "b\""})) << "quotes are data";
 }
 
 }  // namespace

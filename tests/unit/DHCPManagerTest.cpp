@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(DHCPManager, AListIsReadWhileItsHandleMoves) {
+TEST(DHCPManager, AListIsReadWhileTheResumeHandleAdvances) {
     std::vector<Page> moving;
     for (DWORD round = 1; round <= 40; ++round)
         moving.push_back({ERROR_MORE_DATA, round, 0});
@@ -18,15 +18,15 @@ TEST(DHCPManager, AListIsReadWhileItsHandleMoves) {
         std::size_t rounds;
         std::size_t clients;
     } rows[] = {
-        {"pages, each with a client", {{ERROR_MORE_DATA, 5, 1}, {ERROR_SUCCESS, 0, 1}}, 0, 2, 2},
+        {"two pages with a client each", {{ERROR_MORE_DATA, 5, 1}, {ERROR_SUCCESS, 0, 1}}, 0, 2, 2},
         {"empty pages before the last", moving, 0, 41, 1},
-        {"the same page again and again", {{ERROR_MORE_DATA, 5, 1}}, ERROR_MORE_DATA, 17, 17},
-        {"back at the beginning",
+        {"the resume handle never changes", {{ERROR_MORE_DATA, 5, 1}}, ERROR_MORE_DATA, 17, 17},
+        {"a resume handle of 0 would start over",
          {{ERROR_MORE_DATA, 5, 1}, {ERROR_MORE_DATA, 0, 1}},
          ERROR_MORE_DATA,
          2,
          2},
-        {"no more items is a failure", {{ERROR_MORE_DATA, 5, 1}, {259, 6, 1}}, 259, 2, 1},
+        {"ERROR_NO_MORE_ITEMS is a failure", {{ERROR_MORE_DATA, 5, 1}, {259, 6, 1}}, 259, 2, 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);

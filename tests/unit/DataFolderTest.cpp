@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kDataKey[] = "SOFTWARE\\Vantrel\\Data";
 
-/// While this lives, HKEY_LOCAL_MACHINE is a key of ours.
+/// Redirects HKEY_LOCAL_MACHINE to a key of this test while the object exists.
 class Registry {
 public:
     Registry() {
@@ -27,15 +27,15 @@ public:
         ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
         Remove();
     }
-    /// Takes the key away: nothing can be opened or made below it any more.
+    /// Deletes the key: from then on no key below it can be opened or created.
     void Remove() { ::RegDeleteTreeA(HKEY_CURRENT_USER, m_path.c_str()); }
-    /// The system takes a NUL that happens to follow the data for part of it.
+    /// Writes the bytes with an "x" behind them, because a NUL there would count as the terminator.
     void Write(DWORD type, const std::string& bytes) {
         const std::string followed = bytes + "x";
         ::RegSetKeyValueA(m_root.get(), kDataKey, "Path", type, followed.data(),
                           static_cast<DWORD>(bytes.size()));
     }
-    /// Below a key that ends with the system none can be made that stays.
+    /// True if the key is not volatile: a volatile key cannot have a lasting subkey.
     bool IsLasting() {
         return ::RegSetKeyValueA(m_root.get(), (std::string(kDataKey) + "\\Sub").c_str(), nullptr,
                                  REG_SZ, "", 1) == ERROR_SUCCESS;
@@ -63,17 +63,17 @@ TEST(DataFolder, IsTheRegistrysTextOrTheRecordedTemporaryFolder) {
     const struct {
         const char* why;
         DWORD type;
-        std::string bytes, expected;  // empty: the temporary folder, recorded
+        std::string bytes, expected;  // empty: the temporary folder, which is then written
     } rows[] = {
-        {"one separator is removed", REG_SZ, base + "\\/" + nul, base + "\\"},
-        {"unterminated", REG_SZ, base, ""},
-        {"not expanded", REG_EXPAND_SZ, base + "\\%TMP%" + nul, base + "\\%TMP%"},
-        {"first of a list", REG_MULTI_SZ, base + nul + "c" + nul + nul, base},
+        {"one trailing separator is removed", REG_SZ, base + "\\/" + nul, base + "\\"},
+        {"no terminator", REG_SZ, base, ""},
+        {"variables are not expanded", REG_EXPAND_SZ, base + "\\%TMP%" + nul, base + "\\%TMP%"},
+        {"first text of a list", REG_MULTI_SZ, base + nul + "c" + nul + nul, base},
         {"list with one terminator", REG_MULTI_SZ, base + nul, ""},
         {"number", REG_DWORD, std::string("C:\\\0", 4), ""},
         {"empty text", REG_SZ, nul, ""},
-        {"the longest", REG_SZ, longest + nul, longest},
-        {"one too long and cut before its terminator", REG_SZ, longest + "f", ""},
+        {"the longest path", REG_SZ, longest + nul, longest},
+        {"too long by one, without a terminator", REG_SZ, longest + "f", ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.why);
@@ -89,7 +89,7 @@ TEST(DataFolder, IsTheRegistrysTextOrTheRecordedTemporaryFolder) {
     }
 }
 
-TEST(DataFolder, AnObjectResolvesItOnceAndWithoutAKeyItIsEmpty) {
+TEST(DataFolder, IsResolvedOncePerObjectAndEmptyWithoutAKey) {
     Registry registry;
     CDataFolder first;
     const std::string temporary = first.Get();
@@ -103,7 +103,7 @@ TEST(DataFolder, AnObjectResolvesItOnceAndWithoutAKeyItIsEmpty) {
     EXPECT_EQ(DiagTools::CModuleStatistics::ErrorLines(), before + 1);
 }
 
-TEST(DirectoryChain, EveryTokenIsAFolderOnTheWay) {
+TEST(DirectoryChain, EveryPartOfThePathBecomesAFolder) {
     const lab_test::Folder folder;
     const std::string base = std::filesystem::path(folder / L"").string();
     EXPECT_EQ(CreateDirectoryChain((base + "a//b\\/\\c d\\").c_str()), S_OK);

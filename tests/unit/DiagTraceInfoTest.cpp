@@ -12,13 +12,13 @@ using namespace DiagTools;
 const std::uint32_t filterAtStart = traceFilter;
 constexpr char kTraceFile[] = ".\\sub\\TraceTest";
 
-/// One registration a process, as in the program: the tests of this file share it.
+/// The tests of this file share one registration, because a process registers once.
 class Trace : public testing::Test {
 protected:
     static void SetUpTestSuite() {
         static const lab_test::Folder folder;
         path = folder / L"t";
-        // Loaded before, it is the one that the program's own look-up finds.
+        // The look-up under test finds this client, because it is already loaded.
         static const lab_test::Library client(
             L"DTClient.dll", folder,
             {{L"TRACE_COUNT", L"1"}, {L"TRACE_MASK", L"0xBC"}, {L"TRACE", path}});
@@ -75,7 +75,7 @@ TEST_F(Trace, ALineCarriesItsPlaceAndItsText) {
     EXPECT_EQ(buffer.size(), 23 + 2 * 32768 + 1u);
 }
 
-TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
+TEST_F(Trace, DisabledObjectsAndLevelsTraceNothing) {
     CDiagTraceInfo info("Tag", 7, "F");
     info.Enable(false);
     EXPECT_FALSE(info(1, "%s", "text"));
@@ -86,14 +86,14 @@ TEST_F(Trace, AnObjectThatIsOffAndALevelThatIsOffPassNothingOn) {
     EXPECT_FALSE(info(8 | 1, "text"));
     EXPECT_TRUE(info(8 | 4, "text"));
     EXPECT_EQ(NewLines(), "filter\n12|Tag|F|7|text\n");
-    DT_TRACE(kTraceDetail, "a level that is off does not even ask the client");
+    DT_TRACE(kTraceDetail, "a disabled level does not ask the client for its mask");
     EXPECT_EQ(NewLines(), "");
     DT_TRACE(kTraceProgress, "the client's answer counts from now on");
-    EXPECT_EQ(traceFilter, 0xBCu | 1 | 2 | 256) << "the client's mask, and what passes always";
+    EXPECT_EQ(traceFilter, 0xBCu | 1 | 2 | 256) << "client's mask and levels that always pass";
     EXPECT_NE(NewLines(), "");
 }
 
-TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
+TEST_F(Trace, MissingArgumentsAreWrittenToTheFaultLog) {
     const lab_test::Folder folder;
     const lab_test::TemporaryFolderIs temporary((folder / L"").c_str());
     CDiagTraceInfo info("Tag", 7, "F");
@@ -104,7 +104,7 @@ TEST_F(Trace, WhatIsMissingIsToldTheFaultLog) {
     CDiagTraceInfo(nullptr, 7, "F")(1, "text");
     CDiagTraceInfo(nullptr, 7, "F").TraceBuffer(1, "b", 1);
     CDiagTrace::Instance().Register(nullptr, "", "");
-    CDiagTrace::Instance().Register(nullptr, "", "");  // said once in five seconds
+    CDiagTrace::Instance().Register(nullptr, "", "");  // recorded once in five seconds
     EXPECT_EQ(NewLines(), "filter\nfilter\nfilter\n");
     std::string faults;
     std::istringstream log(lab_test::ReadAll(folder / L"DT.LOG"));

@@ -1,4 +1,4 @@
-// What is left when memory runs out: each allocation of a piece of work fails in turn.
+// Each allocation of an operation fails in turn; the tests check what the operation leaves behind.
 #include <gtest/gtest.h>
 
 #include <boost/make_shared.hpp>
@@ -36,12 +36,12 @@ void operator delete(void* block, std::size_t) noexcept {
 
 namespace {
 
-/// Texts too long for the place that short ones have inside of a string.
+/// These texts need an allocation: they are too long for the buffer inside std::string.
 const std::string kServer = "server-with-a-long-name.example";
 const std::string kName = "a-host-with-a-name-that-needs-memory";
 
-/// Runs the work without a fault, then once with each of its allocations failing, and gives what
-/// each run left behind to the check.
+/// Runs the work without a fault, then once per allocation with that allocation failing. Calls the
+/// check with what each of these runs left behind.
 template <class Work, class Left, class Check>
 void FailEachAllocation(const Work& work, const Left& left, const Check& check) {
     const auto runFailing = [&](long n) {
@@ -55,7 +55,7 @@ void FailEachAllocation(const Work& work, const Left& left, const Check& check) 
         failingAllocation = 0;
         return allocations >= n;
     };
-    runFailing(0);  // what is made once and kept
+    runFailing(0);  // allocates what the process keeps
     runFailing(0);
     const std::string whole = left();
     EXPECT_NE(whole, "") << "nothing was done";
@@ -71,7 +71,7 @@ void IsABeginning(long n, const std::string& whole, const std::string& left) {
     EXPECT_EQ(whole.substr(0, left.size()), left) << "allocation " << n << " fails";
 }
 
-TEST(FailingMemory, ImportsAskTheServerWithWholeTextsInOrderOrNotAtAll) {
+TEST(FailingMemory, ImportsCallTheServerInOrderWithWholeTextsOrNotAtAll) {
     const Output output;
     const std::string client = kName + ",10.1.0.5,255.255.0.0,0.0.0.0,0.0.0.0,0-1-2-3-4-5,Reserved";
     const std::string scope = kName + ",10.1.0.1,255.255.0.0,10.1.0.0,";
@@ -81,7 +81,7 @@ TEST(FailingMemory, ImportsAskTheServerWithWholeTextsInOrderOrNotAtAll) {
                        Calls, IsABeginning);
 }
 
-TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
+TEST(FailingMemory, ACleanUpChangesBothRecordsOrNone) {
     const auto make = [](std::uint8_t type, const std::string& hardware) {
         const auto client = boost::make_shared<CDHCPClient>();
         client->SetClientType(type);
@@ -96,7 +96,7 @@ TEST(FailingMemory, ACleanUpChangesBothOrNothing) {
     };
     Server().calls.clear();
     cleanUp({make(100, ""), make(1, "")});
-    EXPECT_EQ(Calls(), "") << "a lease without an address of its hardware changes nothing";
+    EXPECT_EQ(Calls(), "") << "a lease without a hardware address changes nothing";
 
     const ClientList clients = {make(100, "stored"), make(1, "leased")};
     const auto isBothOrNothing = [](long n, const std::string& whole, const std::string& left) {
@@ -124,12 +124,12 @@ TEST(FailingMemory, ABatchFileHasWholeLinesAndNoTrailerAfterAnException) {
         writeBatch, [&] { return lab_test::ReadAll(folder / L"a.bat"); }, IsABeginning);
 }
 
-TEST(FailingMemory, ACsvFileLosesOneEntryAtMost) {
+TEST(FailingMemory, ACsvFileLosesAtMostOneEntry) {
     const lab_test::Folder folder;
     const std::string path = std::filesystem::path(folder / L"a.csv").string();
     lab_test::WriteAll(folder / L"a.csv", "header\n" + std::string(9000, 'a') + "\n" +
                                               std::string(70000, 'b') + "\nc\n");
-    std::string seen;  // short enough to need no memory
+    std::string seen;  // too short to need an allocation
     const auto read = [&] {
         seen.clear();
         ForEachCsvEntry(path, [&](const std::string& line) { seen += line.front(); });

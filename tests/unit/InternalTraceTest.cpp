@@ -9,7 +9,7 @@ namespace {
 
 using DiagTools::CInternalTrace;
 
-/// DT.LOG in a temporary folder of the test's own.
+/// Each test has its own temporary folder for DT.LOG.
 class InternalTrace : public testing::Test {
 protected:
     static std::string Stamp(const SYSTEMTIME& time) {
@@ -24,7 +24,7 @@ protected:
     const std::wstring m_log = m_folder / L"DT.LOG";
 };
 
-TEST_F(InternalTrace, ALineIsLocalTimeMessageAndItsOwnEnd) {
+TEST_F(InternalTrace, ALineIsLocalTimeMessageAndLineEnd) {
     SYSTEMTIME before;
     SYSTEMTIME after;
     ::GetLocalTime(&before);
@@ -41,7 +41,7 @@ TEST_F(InternalTrace, ALineIsLocalTimeMessageAndItsOwnEnd) {
     EXPECT_EQ(cut.substr(cut.find(" : ") + 3), std::string(32767, 'a') + "\r\n");
 }
 
-TEST_F(InternalTrace, OnlyAFileAbove1024000BytesStartsAnew) {
+TEST_F(InternalTrace, OnlyAFileAbove1024000BytesIsStartedOver) {
     for (const std::size_t size : {1024000u, 1024001u}) {
         lab_test::WriteAll(m_log, std::string(size, 'x'));
         CInternalTrace::Write("a");
@@ -49,11 +49,11 @@ TEST_F(InternalTrace, OnlyAFileAbove1024000BytesStartsAnew) {
         EXPECT_EQ(now.find_first_not_of('x'), size == 1024000 ? size : 0);
         CInternalTrace::Write("b");
         EXPECT_EQ(lab_test::ReadAll(m_log).find("a\r\n") == std::string::npos, size == 1024000)
-            << "checked for every line";
+            << "the size is checked before every line";
     }
 }
 
-TEST_F(InternalTrace, AFileThatAnotherProcessHoldsOrThatIsALinkIsLeftAlone) {
+TEST_F(InternalTrace, AFileInUseOrWithASecondLinkIsNotWritten) {
     lab_test::WriteAll(m_log, "theirs");
     Handle other(::CreateFileW(m_log.c_str(), GENERIC_READ,
                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,

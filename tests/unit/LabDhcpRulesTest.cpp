@@ -1,4 +1,4 @@
-// Rules of the server and of netsh that no scenario comes to.
+// Rules of the DHCP server and of netsh that no scenario covers.
 #include <gtest/gtest.h>
 
 #include <iomanip>
@@ -11,7 +11,7 @@
 namespace lab {
 namespace {
 
-/// ' stands for a quotation mark.
+/// Runs a netsh command and returns the first word of its result. ' quotes, as " does in cmd.
 std::string Answer(ServerState& state, const std::string& call) {
     std::istringstream text(call);
     std::vector<std::wstring> words;
@@ -22,8 +22,8 @@ std::string Answer(ServerState& state, const std::string& call) {
     return result.substr(0, result.find(' '));
 }
 
-/// A line in the first column begins a command. Those below it hold an answer and, separated by
-/// semicolons, the arguments that get it.
+/// A line without indentation is the beginning of a command. Each indented line below it is a
+/// result and the arguments that must give it, separated by semicolons.
 void RunScript(ServerState& state, const char* script) {
     std::istringstream lines(script);
     std::string command;
@@ -80,7 +80,7 @@ dhcp server 10.0.0.2 scope 10.1.0.0 delete reservedip
     RunScript(state,
               "dhcp server\n    1722 10.0.0.2 add scope 10.3.0.0 255.255.0.0 a\n"
               "    0 \\\\GATEWAY add scope 10.3.0.0 255.255.0.0 a");
-    EXPECT_EQ(state.Clients().size(), 2U);  // those with a lease
+    EXPECT_EQ(state.Clients().size(), 2U);  // only those with a lease
     EXPECT_GT(state.FindClient(0x0A010007)->expires, 5U);
 }
 

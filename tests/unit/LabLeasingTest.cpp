@@ -1,4 +1,4 @@
-// The order in which the leasing model chooses an address.
+// The order in which the lab's DHCP leasing chooses an address.
 #include <gtest/gtest.h>
 
 #include "lab/dhcpserver/StateJson.h"
@@ -7,7 +7,7 @@
 namespace lab {
 namespace {
 
-TEST(LabLeasing, HostsGetTheirOwnAddressElseWhatTheyAskForElseTheFirstFreeOne) {
+TEST(LabLeasing, HostsGetTheirOwnAddressElseTheRequestedOneElseTheFirstFreeOne) {
     ServerState state;
     ReadSnapshot(R"({"scopes": {"10.1.0.0": {"mask": "255.255.255.0",
         "range": {"first": "10.1.0.1", "last": "10.1.0.9"}, "exclusions": {"10.1.0.1": "10.1.0.2"},
@@ -19,16 +19,16 @@ TEST(LabLeasing, HostsGetTheirOwnAddressElseWhatTheyAskForElseTheFirstFreeOne) {
     Leasing leasing(state, 100);
     const struct {
         const char* hardware;
-        DWORD named;  // the last byte
+        DWORD named;  // last byte of the requested address
         DWORD got;
     } rows[] = {
         {"\x03", 7, 3},  // its reservation
         {"\x04", 7, 4},  // its lease
-        {"\x05", 7, 5},  // its lease that has ended
-        {"\x06", 7, 7},  // the address that it asks for
-        {"\x08", 4, 6},  // that is leased to another host; 1 and 2 are excluded, 3 is reserved
-        {"\x09", 3, 8},  // both its reservation and what it asks for are another host's
-        {"\x02", 2, 0},  // its lease is excluded, and nothing is free
+        {"\x05", 7, 5},  // its expired lease
+        {"\x06", 7, 7},  // the address that it requests
+        {"\x08", 4, 6},  // 4 is leased to another host, 1 and 2 are excluded, 3 is reserved
+        {"\x09", 3, 8},  // other hosts have its reservation and the requested address
+        {"\x02", 2, 0},  // its lease is excluded, and no address is free
     };
     constexpr DWORD kNetwork = 0x0A010000;
     EXPECT_TRUE(leasing.IsFree(kNetwork | 5));
@@ -36,7 +36,7 @@ TEST(LabLeasing, HostsGetTheirOwnAddressElseWhatTheyAskForElseTheFirstFreeOne) {
         EXPECT_EQ(leasing.Ask(kNetwork, kNetwork | row.named, row.hardware, L"PC"),
                   row.got ? kNetwork | row.got : 0)
             << row.got;
-    // -z looks for the type and the name.
+    // The clean-up of dhcpmigrate (-z) looks for type 1 and compares the names.
     const Client& lease = *leasing.State().FindClient(kNetwork | 7);
     EXPECT_EQ(lease.type, 1);
     EXPECT_EQ(lease.name, L"PC.example");

@@ -1,4 +1,4 @@
-// What tests share: a folder, a DLL of the lab that works in it, and another temporary folder.
+// Helpers of the tests: a temporary folder, a DLL of the lab that uses it, and a redirected TMP.
 #pragma once
 
 #include <windows.h>
@@ -22,15 +22,15 @@ inline void WriteAll(const std::wstring& path, const std::string& bytes) {
     std::ofstream(std::filesystem::path(path), std::ios::binary) << bytes;
 }
 
-/// A new folder of this process; its path ends in a backslash. Removed at the end with its content.
+/// Owner of a new temporary folder, deleted with its content. Its path ends in a backslash.
 class Folder {
 public:
     Folder() {
-        std::filesystem::remove_all(m_path);  // process ids come back
+        std::filesystem::remove_all(m_path);  // from a process with the same id
         std::filesystem::create_directory(m_path);
     }
     ~Folder() {
-        std::error_code stillInUse;  // by a DLL that stays loaded to the end
+        std::error_code stillInUse;  // by a DLL that stays loaded
         std::filesystem::remove_all(m_path, stillInUse);
     }
     std::wstring operator/(const wchar_t* name) const { return m_path + name; }
@@ -42,8 +42,8 @@ private:
                                 std::to_wstring(++m_number) + L"\\";
 };
 
-/// A stand-in with its files in the folder: j(ournal), s(erver state), f(aults). It reads its
-/// settings when it is first called.
+/// Loads a stand-in, whose files in the folder are j(ournal), s(erver state) and f(aults). The
+/// stand-in reads its settings when it is first called.
 class Library {
 public:
     Library(const wchar_t* dll, const Folder& folder,
@@ -74,7 +74,7 @@ private:
     HMODULE m_module = nullptr;
 };
 
-/// Sends this process's temporary files elsewhere while it lives.
+/// Sets the temporary folder of this process while the object exists.
 class TemporaryFolderIs {
 public:
     explicit TemporaryFolderIs(const wchar_t* path) {

@@ -1,4 +1,4 @@
-// What the stand-in for the storage component reports and a program could do without failing.
+// Misuse that the storage component tolerates must be reported by its stand-in.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -9,19 +9,19 @@
 namespace lab_test {
 namespace {
 
-// Of the class; here of the interface, too.
+// The id of the class, used here for the interface, too.
 constexpr wchar_t kClassText[] = L"{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}";
 constexpr CLSID kClass = {
     0xb2f6a7c4, 0x58d1, 0x4c0e, {0x8f, 0x3b, 0x94, 0xe1, 0x7d, 0x2a, 0x6c, 0x05}};
 
-TEST(LabStorage, MisuseIsJournalled) {
+TEST(LabStorage, MisuseIsJournaled) {
     const Folder folder;
     WriteAll(folder / L"x", "<store/>");
     Library dll(L"zakstorage.dll", folder, {{L"STORAGE_IID", kClassText}});
     IClassFactory* factory = nullptr;
     dll.Get<HRESULT WINAPI(REFCLSID, REFIID, IClassFactory**)>("DllGetClassObject")(
         kClass, IID_IClassFactory, &factory);
-    void*** store = nullptr;  // by the slots of its interface
+    void*** store = nullptr;  // called through its vtable
     factory->CreateInstance(nullptr, kClass, reinterpret_cast<void**>(&store));
     const BSTR path = ::SysAllocString((folder / L"x").c_str());
     const BSTR name = ::SysAllocString(L"n");

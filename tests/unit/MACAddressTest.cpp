@@ -16,9 +16,9 @@ std::string RandomMac() {
     return mac.ToString();
 }
 
-TEST(MACAddress, RandomTailFollowsTheDrawsOfASequenceSeededOncePerThread) {
-    // The runtime's draws for the seed 1, which is also where an unseeded thread begins: 0x0029,
-    // 0x4823, 0x18be. The upper half of the second falls on the lower one of the first.
+TEST(MACAddress, RandomTailComesFromASequenceSeededOncePerThread) {
+    // With seed 1, as in an unseeded thread, rand returns 0x0029, 0x4823, 0x18be. Byte 4 is 0x69:
+    // the low byte of the first number (0x29) combined with the high byte of the second (0x48).
     constexpr char kSeedOne[] = "00-04-70-69-23-be";
     const auto draw = [&kSeedOne] {
         // The seed is the sum of the thread id and the time, so that each run draws other numbers.
@@ -31,23 +31,23 @@ TEST(MACAddress, RandomTailFollowsTheDrawsOfASequenceSeededOncePerThread) {
         }
         EXPECT_TRUE(isSeeded);
         std::srand(1);
-        EXPECT_EQ(RandomMac(), kSeedOne) << "another rule, or seeded again";
+        EXPECT_EQ(RandomMac(), kSeedOne) << "wrong rule, or seeded again";
     };
     std::thread(draw).join();
     std::thread(draw).join();
 }
 
-TEST(MACUpdateImpl, MakeUniqueRedrawsAnAddressThatTheRunHasGivenOut) {
+TEST(MACUpdateImpl, MakeUniqueReplacesAnAddressThatTheRunHasAlreadyUsed) {
     CMACUpdateImpl update{boost::weak_ptr<COutputMsg>()};
     CMACAddress first, second, third;
     EXPECT_TRUE(update.MakeUnique(first));
     EXPECT_EQ(first.ToString(), "00-00-00-00-00-00");
-    std::srand((RandomMac(), 1));  // the thread's own seeding comes before ours
+    std::srand((RandomMac(), 1));  // the first call seeds the thread
     EXPECT_FALSE(update.MakeUnique(second));
     EXPECT_EQ(second.ToString(), "00-04-70-69-23-be");
     std::srand(1);
     EXPECT_FALSE(update.MakeUnique(third));
-    EXPECT_NE(third.ToString(), second.ToString()) << "a redrawn address is given out as well";
+    EXPECT_NE(third.ToString(), second.ToString()) << "replacements must be unique, too";
 }
 
 }  // namespace

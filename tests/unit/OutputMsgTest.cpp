@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Standard output that tells one write from the next.
+/// Replaces standard output by a pipe that keeps each write as one message.
 class MessagePipe {
 public:
     MessagePipe() : m_before(::GetStdHandle(STD_OUTPUT_HANDLE)) {
@@ -56,7 +56,7 @@ TEST(OutputMsg, AMessageIsOneWriteOnStandardOutputInTextMode) {
     EXPECT_EQ(console.Messages(), Texts{"result"});
 }
 
-TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
+TEST(OutputMsg, ALogFileIsEmptiedSharedAppendedToAndReplacesTheConsole) {
     const lab_test::Folder folder;
     const std::string path = std::filesystem::path(folder / L"log.txt").string();
     lab_test::WriteAll(folder / L"log.txt", "of the run before");
@@ -83,11 +83,11 @@ TEST(OutputMsg, ALogFileIsEmptiedAppendedToAndSharedAndTakesTheConsolesPlace) {
     output.SetOutputLogFile("");
     output.DisplayMsg("c", false);
     EXPECT_EQ(console.Messages(), Texts{"c"});
-    DisplayThrough(Output(), "its owner has let go", false);
+    DisplayThrough(Output(), "the output object is gone", false);
     EXPECT_EQ(console.Messages(), Texts());
 }
 
-TEST(Format, HoldsTheWholeTextWhateverItsLengthAndArguments) {
+TEST(Format, ReturnsTheWholeTextWhateverItsLengthAndArguments) {
     for (const std::size_t length : {0u, 511u, 512u, 2000u}) {
         const std::string text(length, 'a');
         EXPECT_EQ(Format("%s", text.c_str()), text);

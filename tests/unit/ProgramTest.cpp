@@ -5,7 +5,7 @@
 
 namespace {
 
-// The module is linked as in the program; script/test checks the exports of the program.
+// The COM entry points are linked into this test; script/test checks that the program exports them.
 TEST(Program, HasNoComClasses) {
     int there = 0;
     void* object = &there;
@@ -15,7 +15,7 @@ TEST(Program, HasNoComClasses) {
     EXPECT_EQ(::DllCanUnloadNow(), S_OK);
 }
 
-TEST(Program, HasAManifestThatTheSystemReads) {
+TEST(Program, HasAManifestThatWindowsReads) {
     ACTCTXW context{};
     context.cbSize = sizeof(context);
     context.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID;

@@ -57,11 +57,11 @@ TEST_EXPORT DWORD WINAPI DhcpEnumSubnetClientsV4(const WCHAR*, DWORD, DWORD* res
                                                  DWORD* total) {
     const Page& page = server.pages[std::min(server.rounds, server.pages.size() - 1)];
     ++server.rounds;
-    *read = *total = 0;  // what counts is the array
+    *read = *total = 0;  // must be ignored: the array has its own count
     *resume = page.resume;
     auto* const array = static_cast<DHCP_CLIENT_INFO_ARRAY_V4*>(Block(sizeof(**clients)));
     array->Clients = static_cast<DHCP_CLIENT_INFO_V4**>(Block(16 * sizeof(void*)));
-    array->NumElements = 1;  // a null one
+    array->NumElements = 1;  // the first pointer is null
     for (; array->NumElements <= static_cast<DWORD>(page.clients); ++array->NumElements) {
         auto* const client = static_cast<DHCP_CLIENT_INFO_V4*>(Block(sizeof(DHCP_CLIENT_INFO_V4)));
         client->OwnerHost.HostName = static_cast<WCHAR*>(Block(sizeof(WCHAR)));

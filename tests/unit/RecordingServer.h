@@ -1,5 +1,5 @@
-// A dhcpsapi.dll of the unit tests' own: it plays prepared pages of clients and writes down what is
-// asked of it.
+// The unit tests' own dhcpsapi.dll: returns prepared pages of clients and records the calls that
+// change the server.
 #pragma once
 
 #include <windows.h>
@@ -7,22 +7,22 @@
 #include <string>
 #include <vector>
 
-/// One answer of the enumeration.
+/// One result of DhcpEnumSubnetClientsV4.
 struct Page {
     DWORD error;
     DWORD resume;
-    int clients;  // that many records
+    int clients;  // number of records
 };
 
 struct RecordingServer {
-    std::vector<Page> pages;  // the last one again when they are used up
+    std::vector<Page> pages;  // the last page repeats
     std::size_t rounds = 0;
     std::string calls;
-    int blocks = 0;  // given out and not freed
+    int blocks = 0;  // allocated and not freed
 };
 using RecordingServerFn = RecordingServer&();
 
-/// The server of this process, from the DLL beside the program.
+/// Returns the server of this process, from the dhcpsapi.dll beside the program.
 inline RecordingServer& Server() {
     static const HMODULE module = ::LoadLibraryA("dhcpsapi.dll");
     static auto* const get = reinterpret_cast<RecordingServerFn*>(

@@ -13,7 +13,7 @@ namespace {
 
 using namespace DiagTools;
 
-TEST(Statistics, AMemoryOfOthersUnderOurNameIsLeftAloneAndAnEmptyOneTaken) {
+TEST(Statistics, SharedMemoryWithForeignContentIsLeftAloneAndAnEmptyOneIsUsed) {
     const std::string name = "Local\\DTSSM_" + std::to_string(::GetCurrentProcessId());
     const Handle mapping(
         ::CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 4096, name.c_str()));
@@ -26,7 +26,7 @@ TEST(Statistics, AMemoryOfOthersUnderOurNameIsLeftAloneAndAnEmptyOneTaken) {
     EXPECT_EQ(CModuleStatistics::ErrorLines(), before + 1);
 
     std::memset(bytes, 0, sizeof(ModuleStatisticsBlock));
-    std::thread([&] {  // ends with the mutex in its hands
+    std::thread([&] {  // abandons the mutex
         const Handle mutex(::OpenMutexA(SYNCHRONIZE, FALSE, (name + "_Lock").c_str()));
         ::WaitForSingleObject(mutex.get(), 1000);
     })
