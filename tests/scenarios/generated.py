@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""Runs the program on generated stores and compares it with the model of it in this file, which is
-written from the rules: round trips, and every call failing in turn. --seed N repeats a failure.
+"""Runs the program on generated stores and compares the results with an independent model, below.
+--seed N repeats a failure.
 """
 
 import argparse
@@ -36,7 +36,7 @@ def same(what, expected, actual):
 # The model.
 
 def parse_mac(text):
-    """Groups count with the dash behind them; reading stops at the first that is none."""
+    """A group includes the dash after it; parsing stops at the first invalid group."""
     mac = bytearray(6)
     for k in range(6):
         group = re.match(r"([0-9a-f]{1,2})-" if k < 5 else r"([0-9a-f]{2}|[0-9a-f](?=\s|\Z))", text,
@@ -49,13 +49,13 @@ def parse_mac(text):
 
 
 def hardware_of(text):
-    """One byte for each token between dashes, the low one of its number."""
+    """Each token between dashes gives one byte, the low byte of its number."""
     tokens = [re.match(r"\s*([0-9a-f]+)", token, re.I | re.A) for token in text.split("-")]
     return bytes(min(int(token[1], 16), 0x7FFFFFFF) & 0xFF if token else 0 for token in tokens)
 
 
 class Server:
-    """What a DHCP server answers to the imports, and holds then."""
+    """The DHCP server: what it returns for the imports, and its state afterwards."""
 
     def __init__(self):
         self.scopes, self.clients, self.hardware = {}, {}, set()
@@ -94,7 +94,7 @@ class Server:
         if status != "Reserved":
             return 0
         if number(address) & number(mask) != number(network):
-            return 20005  # the client's mask leads elsewhere
+            return 20005  # the client's mask gives another network
         self.scopes[network]["reservations"][address] = {"mac": mac.hex("-"), "types": 3}
         return 0
 
@@ -104,8 +104,8 @@ def narrow(text):
 
 
 def repaired(store, after, interfaces):
-    """The store as the repairs must leave it, and what the console says of each MAC. Random tails
-    are taken from the store as it is, when they are allowed ones."""
+    """Returns the store after the repairs and the console line for each MAC. Takes random MACs from
+    `after`, the actual store, if they are valid."""
     store, console, used = copy.deepcopy(store), [], set()
     for entry, client in store["Clients"].items():
         if "Name" not in client or "MAC" not in client:
@@ -132,11 +132,11 @@ def repaired(store, after, interfaces):
 
 
 def migrated(store, server):
-    """What the console tells of both round trips of a repaired store; the server holds it then."""
+    """Returns the console lines of both imports from a repaired store; changes the server."""
     console = []
 
     def add(kind, labels, fields, call, told=""):
-        if not fields[0].startswith("#"):  # that would be a comment line
+        if not fields[0].startswith("#"):  # a comment line in the CSV file
             fields = [narrow(text).strip(" \t") for text in fields]
             code = call(*fields)
             texts = ", ".join(f"{label} [{text}]" for label, text in zip(labels, fields))
@@ -159,7 +159,7 @@ def migrated(store, server):
 # The tests.
 
 def run(options, store, interfaces, command, faults=""):
-    """The world of a program run on this store, and the run."""
+    """Runs the program on this store. Returns its world and the run."""
     world = World(f"generated/{options.test}", options)
     world.store.write_text(store_text(store), encoding="utf-8")
     (world.base / "faults").write_text(faults, encoding="utf-8")
@@ -173,7 +173,7 @@ def console_of(world, done):
 
 
 def server_state(world):
-    """The server's state; an expiry becomes the lease time that it gives."""
+    """Returns the server's state, with LEASE in place of each expiry that matches it."""
     state = json.loads(world.state.read_text(encoding="utf-8"))
     for client in state["clients"].values():
         leased = client["expires"] / 1e7 - 11644473600 - LEASE
@@ -183,8 +183,8 @@ def server_state(world):
 
 
 def round_trip(options):
-    """What the server holds is what the store says, record by record. A second run changes nothing
-    and is refused what is there."""
+    """The server must hold each record of the store. A second run changes nothing, because the
+    server refuses records that exist."""
     store, interfaces = make_store(False, 1000)
     world, done = run(options, store, interfaces, AUTOMATIC)
     server = Server()
@@ -200,10 +200,10 @@ def round_trip(options):
 
 
 def faults(options):
-    """Each call fails in turn: every step still runs, and only what it was about is missing."""
+    """Each call fails in turn: all steps still run, and only the record of that call is missing."""
     store, interfaces = make_store(True, 2, scopes=2)
     world, whole = run(options, store, interfaces, AUTOMATIC)
-    told, code = console_of(world, whole), 0x80070005  # a failure to the store, too
+    told, code = console_of(world, whole), 0x80070005  # an error for the store, too
     calls = [line for line in whole.calls() if re.match("store |Dhcp", line)]
     for call, line in enumerate(calls, 1):
         try:
@@ -213,7 +213,7 @@ def faults(options):
             same("progress", [], [text for text in lost if not re.match("Client|Scope", text)])
             same("refusals", int(re.match("Dhcp(?!GetSubnetInfo)", line) is not None),
                  sum(text.endswith(f"Failed with error [{code}].") for text in said))
-            # A record is told of three times. More goes with a list, a store or a scope.
+            # One record has three lines. More are lost only with a list, the store or a scope.
             if not re.match("store (Cr|In|Enumerate |EnumerateWithValue 1 0 S)|DhcpCreateS", line):
                 same("lost records", lost[:3], lost)
         except Failure as failure:

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Runs scenarios: the real program under Wine, and a transcript of what it did, compared whole.
+"""Runs scenarios: runs the real program under Wine and compares what it did with a transcript.
 
-docs/testing.md describes transcripts. Each run leaves what it used and made under
-<build>/scenarios/<name>, so a failure can be looked at and repeated by hand.
+docs/testing.md describes transcripts. The files of each scenario stay in
+<build>/scenarios/<name>, so that a failure can be examined and repeated by hand.
 """
 
 import argparse
@@ -28,7 +28,7 @@ STORAGE_CLSID = "{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}"
 STORAGE_IID = "{e60eec85-ad99-4c17-9e77-aba03d28ce17}"
 STORAGE_TYPELIB = "{b8c857ca-f21b-428b-ae26-799b5353b341}"
 TIMEOUT_SECONDS = 60
-# What "@ without" may leave out -> what is then missing beside the program.
+# Names for "@ without" -> the DLL that is then missing beside the program.
 STAND_INS = {"dhcpsapi": "dhcpsapi.dll", "storage": "zakstorage.dll", "dtclient": "DTClient.dll",
              "adapters": "iphlpapi.dll", "display": None, "typelib": None}
 
@@ -42,7 +42,7 @@ def windows_path(path):
 
 
 def words_of(line):
-    """As in a shell, but that backslashes belong to Windows' paths."""
+    """Splits as a shell does, except that a backslash is an ordinary character of Windows paths."""
     splitter = shlex.shlex(line, posix=True, punctuation_chars=False)
     splitter.whitespace_split = True
     splitter.commenters = splitter.escape = ""
@@ -50,8 +50,8 @@ def words_of(line):
 
 
 def readable(data):
-    """Lines of the bytes that the program wrote: CR LF ends one, blank ones are shown as \\n at the
-    line before them (in front of the first), what else cannot be seen by its name."""
+    """Returns the program's output as lines ended by CR LF. A blank line becomes \\n at the end
+    of the line before (or at the very start); other invisible characters become names like <LF>."""
     text = data.decode("cp1252", "backslashreplace").replace("\n", "<LF>").replace("\r<LF>", "\n")
     text = re.sub(r"[\0-\x08\x0b-\x1f\x7f]", lambda c: f"<{ord(c[0]):02X}>", text)
     text = text.replace("<0D>", "<CR>")
@@ -62,7 +62,7 @@ def readable(data):
 
 
 class Masks:
-    """The only place that hides what differs from run to run."""
+    """Masks the values that differ from run to run. Nothing else may mask."""
 
     def __init__(self, folders):
         self.folders = []
@@ -76,26 +76,26 @@ class Masks:
         for path, name in self.folders:
             text = re.sub(re.escape(path), lambda _: f"<{name}>", text, flags=re.IGNORECASE)
         text = re.sub(r"\b[0-9a-f]{4}(-[0-9a-f]{4}){3}\b", "<unique>", text)
-        # Random tails are what the MAC update itself says it has drawn.
+        # Only a MAC that the program itself reports as drawn is random.
         for mac in re.findall(r"Duplicated : changed to \[(00-04-70-[-0-9a-f]{8})\]", text):
             if mac not in self.random_macs:
                 self.random_macs.append(mac)
         for number, mac in enumerate(self.random_macs, 1):
             text = text.replace(mac, f"00-04-70-<random {number}>")
         text = re.sub(r"(?<!\d)1[3-9]\d{16}(?!\d)", self.relative_time, text)
-        # lab_statistics: process id and start time.
+        # Output of lab_statistics: process ID and start time.
         text = re.sub(r"(\S+\.exe) +\d+  [-\d]{10} [:\d]{8}", r"\1 <process> <time>", text)
-        # The diagnostics' own log begins its lines with the local time.
+        # Lines of DT.LOG begin with the local time.
         return re.sub(r"\b\d+/\d+/\d+ \d+:\d\d:\d\d:\d\d\d : ", "<time> : ", text)
 
     def relative_time(self, match):
-        """A FILETIME as the distance from the run, which is the lease duration: quarters of hours."""
+        """Returns a FILETIME relative to the start of the run, rounded to 15 minutes."""
         seconds = int(match[0]) / 1e7 - 11644473600 - self.started
         return f"<now + {round(seconds / 900) * 900} s>"
 
 
 def registry_value(kind, data):
-    """As a .reg file has it. The parts of a list are separated by bars; hex(n):31,00 are bytes."""
+    """Returns a value as a .reg file has it. Bars separate a list; hex(n):31,00 are bytes."""
     if kind.startswith("hex"):
         return f"{kind}:{data}"
     data = {"sz": data, "expand_sz": data, "multi_sz": data.replace("|", "\0") + "\0"}[kind] + "\0"
@@ -104,16 +104,16 @@ def registry_value(kind, data):
 
 
 class Run:
-    """What one run of a program did: `console` as bytes, `events`, and in `log` the calls on the
-    stand-ins and the trace lines in the order of time."""
+    """What one run of a program did. `console` holds bytes; `log` holds the calls on the stand-ins
+    and the trace lines, in the order of time."""
 
     def __init__(self, console, errors, log):
         self.console = console
-        # Wine has no event log; it says on stderr what would be written.
+        # Wine has no event log: it writes the events to stderr.
         kinds = {"trace": "information", "warn": "warning", "err": "error"}
         event = re.compile(r'^[0-9a-f]+:(\w+):eventlog:ReportEventW L"(.*)"\n', re.M)
         self.events = [f"event: {kinds[kind]} {text}" for kind, text in event.findall(errors)]
-        # The second is Wine's own remark when a file dialog looks at the drives.
+        # A file dialog looks at the drives, and Wine itself then writes this line.
         self.errors = re.sub(r"^wine: Read access denied for device .*\n", "",
                              event.sub("", errors), flags=re.M)
         self.log = log.splitlines()
@@ -123,9 +123,9 @@ class Run:
 
 
 class World:
-    """The program with what surrounds it: folders, registry, stand-ins and their settings."""
+    """The program's surroundings: folders, registry, stand-ins and their settings."""
 
-    imported = {}  # prefix -> the registry script that it has seen last
+    imported = {}  # prefix -> the registry script imported last
 
     def __init__(self, name, options):
         self.options = options
@@ -138,7 +138,7 @@ class World:
         data = registry_value("sz", windows_path(self.folders["data"]))
         self.registry = {("Vantrel\\Data", "Path"): data}
         self.settings = {
-            # The path is for batch files: their netsh is the lab's.
+            # With WINEPATH batch files find the lab's netsh.
             "TZ": "Asia/Kathmandu", "WINEPATH": windows_path(self.folders["program"]),
             "WINEDEBUG": "-all,trace+eventlog,warn+eventlog,err+eventlog",
             "DHCPLAB_JOURNAL": windows_path(self.log), "DHCPLAB_TRACE": windows_path(self.log),
@@ -161,7 +161,7 @@ class World:
                 os.link(program, target)
 
     def take_sample(self):
-        """The sample gateway: its store, interfaces and adapters."""
+        """Uses the store, interfaces and adapters of the sample gateway."""
         self.sample = True
         self.store.write_text(store_text(sample_store()), encoding="utf-8")
         shutil.copyfile(SAMPLE / "adapters.txt", self.base / "adapters")
@@ -173,14 +173,14 @@ class World:
         return re.sub(r"\{(.+?)\*(\d+)\}", lambda piece: piece[1] * int(piece[2]), text)
 
     def add_registry(self, line):
-        """`Key: Value = type:data, ...` below HKLM\\SOFTWARE."""
+        """Adds values below HKLM\\SOFTWARE, written as `Key: Value = type:data, ...`."""
         key, _, values = self.substitute(line).partition(": ")
         for value in values.split(", "):
             name, kind, data = re.fullmatch(r"(\w+|@) = ([a-z_]+(?:\(\w+\))?):(.*)", value).groups()
             self.registry[key, name] = registry_value(kind, data)
 
     def registry_script(self):
-        """Our keys emptied, then these settings. The hex forms need a text in UTF-16."""
+        """Deletes the keys of all scenarios and sets these. The hex forms need a text in UTF-16."""
         software = "HKEY_LOCAL_MACHINE\\SOFTWARE"
         classes = software + "\\Classes"
         temp = registry_value("sz", windows_path(self.folders["temp"]))
@@ -203,14 +203,14 @@ class World:
     def environment(self):
         env = {name: value for name, value in os.environ.items()
                if not name.startswith(("DHCPLAB_", "WINE", "DISPLAY"))}
-        # A prefix where something ran without a display opens no windows for a while.
+        # After a run without a display, Wine opens no windows in that prefix for a while.
         shown = "display" not in self.without
         prefix = self.options.build / (self.options.prefix if shown else "wine-no-display")
         return {**env, "WINEPREFIX": str(prefix), **self.settings,
                 **({} if shown else {"DISPLAY": ":9999"})}
 
     def wine(self, command, **options):
-        """Starts a program in the world as it is now."""
+        """Starts a program with the present settings and returns its process."""
         env, script = self.environment(), self.registry_script()
         common = {"env": env, "cwd": self.folders["work"], "stdin": subprocess.DEVNULL,
                   "stderr": subprocess.DEVNULL, **options}
@@ -225,16 +225,15 @@ class World:
         return subprocess.Popen([WINE_ENV] + command, **common)
 
     def run(self, words):
-        """Runs a program to its end. Files, not pipes: the desktop that Wine starts with a first
-        window inherits them, lives longer than the program, and would keep us waiting for the end
-        of a pipe."""
+        """Runs a program and waits for it. Output goes to files, not pipes: the desktop that Wine
+        starts with the first window inherits the handles and would keep a pipe open."""
         before = self.log.stat().st_size
         with open(self.base / "stdout", "w+b") as out, open(self.base / "stderr", "w+b") as err:
             process = self.wine([*words], stdout=out, stderr=err)
             try:
                 code = process.wait(timeout=TIMEOUT_SECONDS)
             finally:
-                process.kill()  # its windows would be taken for those of the next run
+                process.kill()  # the next run could find its windows
             out.seek(0)
             err.seek(0)
             done = Run(out.read(), err.read().decode("utf-8", "replace"),
@@ -248,13 +247,13 @@ class World:
 
 
 class Scenario:
-    """A transcript: read, carried out, and written anew from what happened."""
+    """A transcript: its steps are executed, and its text is rebuilt from the results."""
 
     def __init__(self, folder, options):
         self.folder = folder
         self.world = World(str(folder.relative_to(HERE)), options)
         self.calls, self.trace, self.events, self.hidden, self.lines = False, True, False, None, 1000
-        self.known = set()  # files of the work folder that are input, or were shown
+        self.known = set()  # files that are input or were shown
         for source in folder.iterdir():
             if source.is_file() and source.name != "transcript":
                 self.copy(source, self.world.folders["work"] / source.name)
@@ -291,7 +290,7 @@ class Scenario:
         elif name == "without":
             world.without = set(text.split())
             world.link_programs()
-        elif name == "incomplete":  # the names stay in order, as the search for one needs it
+        elif name == "incomplete":  # keeps the names sorted, as GetProcAddress needs
             client = world.folders["program"] / "DTClient.dll"
             client.unlink(missing_ok=True)
             code = (world.options.lab / "DTClient.dll").read_bytes()
@@ -304,7 +303,7 @@ class Scenario:
             self.copy(self.folder / text, getattr(world, name))
         elif name == "sample":
             world.take_sample()
-        elif name == "same":  # FILE as that of the sample gateway
+        elif name == "same":  # equals the file of the sample gateway
             made, known = world.folders["work"] / text, SAMPLE / text
             self.known.add(made)
             same = made.exists() and made.read_bytes() == known.read_bytes()
@@ -319,8 +318,8 @@ class Scenario:
         return ""
 
     def run(self, program, line, steps):
-        """The lines to follow the command: what the windows showed, the console, the log. The steps
-        are done meanwhile."""
+        """Runs the command, with the steps at the same time. Returns the lines below it: what the
+        windows showed, the console, the log."""
         driver = None
         if steps:
             script = self.world.base / "gui"
@@ -342,8 +341,8 @@ class Scenario:
         log = done.log
         if program and "dtclient" not in self.world.without and log[:1] == [
                 'register|dhcpmigrate.exe|""|""'] and log[-1:] == ["unregister"]:
-            log = log[1:-1]  # a registration that is as it must be says nothing new
-        # Line numbers would change with every edit.
+            log = log[1:-1]  # omit a normal registration
+        # Trace lines without the line numbers, which change with every edit of the source.
         log = [re.sub(r"^(\d+\|[^|]*\|[^|]*)\|\d+\|", r"\1|", line) for line in log
                if (self.trace if re.match(r"\d+\|", line) else
                    self.calls or re.match("register|unregister|filter|WARNING", line))
@@ -351,14 +350,14 @@ class Scenario:
         place = None
         for line in log + done.events * self.events:
             level, tag, what = re.match(r"(?:(\d+)\|([^|]*\|[^|]*)\|)?(.*)", line).groups()
-            if tag and tag == place:  # texts that one function traces in a row stand on one line
+            if tag and tag == place:  # join consecutive texts of one function
                 text = text[:-1] + " // " + (f"{level}|" if level != first else "") + what + "\n"
             else:
                 text, place, first = text + f"| {line}\n", tag, level
         return text
 
     def play(self):
-        """The transcript as it is now. What is expected in the old one is passed over."""
+        """Returns the transcript with the results of this run in place of the old ones."""
         lines = (self.folder / "transcript").read_text(encoding="utf-8").splitlines()
         lines = [line for line in lines if not line.startswith(("  ", "| "))]
         played, steps = "", []
@@ -373,7 +372,7 @@ class Scenario:
                 program = ["dhcpmigrate"] if kind == "$" else []
                 played += self.world.masks.apply(self.run(program, rest, steps))
                 steps = []
-            elif kind == "?":  # for the run that follows
+            elif kind == "?":  # for the next run
                 steps.append(rest)
             elif line and kind != "#":
                 raise Failure(f"transcript: cannot read {line!r}")
@@ -418,7 +417,7 @@ def add_build_options(parser):
 
 
 def build_lock(options, prefix="wine-scenarios"):
-    """The registry of a prefix is shared by all that run there. Held until the file is closed."""
+    """Locks the prefix, because its programs share one registry. Closing the file unlocks it."""
     options.prefix = prefix
     options.lab = options.build / "lab"
     options.gui_driver = options.build / "tests" / "gui" / "gui_driver.exe"
