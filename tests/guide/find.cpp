@@ -1,5 +1,5 @@
-// find.exe and, under that name, findstr.exe, as far as the guide uses them: Wine's find has no
-// switches, and its findstr finds nothing. An unknown switch fails.
+// find.exe, and findstr.exe if copied to that name, with the switches that the guide uses: Wine's
+// find has no switches, and its findstr finds nothing. An unknown switch is an error.
 
 #include <windows.h>
 
@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
             for (std::string text; words >> text;)
                 searched.push_back(text);
         } else {
-            searched.push_back(word.empty() ? "\n" : word);  // no line has the empty text
+            searched.push_back(word.empty() ? "\n" : word);  // as in Windows, "" matches no line
         }
     }
     const auto is = [&](char letter) { return switches.find(letter) != std::string::npos; };

@@ -1,16 +1,16 @@
 #!/usr/bin/python3
-"""Runs what the guide shows, on the lab, and compares the answers with those in the text.
+"""Runs the commands of the guide on the lab and compares their output with the text.
 
-    ```console       `C:\\move> ` begins a command for cmd; its answer follows. A line `...` stands
-                     for any lines, `…` for any text in a line. Blank lines do not count.
+    ```console       `C:\\move> ` begins a command for cmd; its output follows. A line `...`
+                     matches any lines, `…` any text in a line. Blank lines are ignored.
     ```windows       is not run: neither Wine nor the lab has these commands
-    ```csv NAME      (or json, text) is written as NAME into the folder, in the ANSI code page
-    ```bat NAME      must be the file recipes/NAME, which the blocks of all pages find
+    ```csv NAME      (or json, text) is written to the working directory as NAME, in the ANSI code page
+    ```bat NAME      must equal recipes/NAME, which is in the working directory of all blocks
     <!-- lab -->     starts again with the sample gateway, an empty server and an empty folder.
                      Faults (docs/lab.md), separated by ";", may follow: <!-- lab: FAULTS -->
-    <!-- edit NAME: OLD = NEW; ... -->  what the text asks the reader to correct by hand in that file
+    <!-- edit NAME: OLD = NEW; ... -->  what the text asks the reader to change in that file
 
-Any other fence is an error, so that no command is skipped by mistake. `--show` prints the answers.
+Any other fence is an error, so that no command is skipped by mistake. `--show` prints the output.
 """
 
 import argparse
@@ -33,7 +33,7 @@ MARK = "= = = = ="
 
 
 class Guide(World):
-    """The world of the commands and files of a page; one for each `lab` comment."""
+    """The lab and the working directory of a page, from one `lab` comment to the next."""
 
     def __init__(self, faults, options):
         super().__init__("guide", options)
@@ -59,11 +59,11 @@ class Guide(World):
             path.write_bytes(path.read_bytes().replace(old, new))
 
     def answers(self, commands):
-        """The answers of one cmd, which keeps its variables for the whole block."""
+        """Returns the output of each command. One cmd runs them all, so that variables last."""
         script = self.base / "commands"
         script.write_text("".join(f"{line}\n" for command in ("@echo off", *commands)
                                   for line in (command, f"echo {MARK}")), encoding="cp1252")
-        # A file, because Wine's cmd stops reading a pipe after the first program that it starts.
+        # Input is a file: Wine's cmd stops reading a pipe after the first program that it starts.
         with open(script, "rb") as typed, open(self.base / "answers", "w+b") as out:
             self.wine(["cmd"], stdin=typed, stdout=out, stderr=subprocess.STDOUT).wait(timeout=60)
             out.seek(0)
@@ -71,7 +71,7 @@ class Guide(World):
         return text.split(MARK + "\n")[1:len(commands) + 1]
 
     def check(self, block, show):
-        """The differences, as texts; empty when each answer is the one in the block."""
+        """Returns the differences between the block and the real output, as texts."""
         intro, *steps = re.split(COMMAND, block)
         problems = [f"begins with no command:\n{block}"] if intro.strip() or not steps else []
         texts = [step.partition("\n")[::2] for step in steps]
