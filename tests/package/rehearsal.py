@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """rehearsal.py ZIP: unpacks the rehearsal package into an empty folder and runs it under Wine's
-cmd, as somebody who downloaded it would. Whatever happens, the registry must be as before.
+cmd, as an administrator would. After each run the registry must be as before.
 """
 
 import hashlib
@@ -14,7 +14,7 @@ import zipfile
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
-# A name that cmd takes apart where it is not quoted.
+# cmd splits this name wherever the package fails to quote it.
 FOLDER = ROOT / "build" / "rehearsal (unpacked) & more"
 ENVIRONMENT = {name: value for name, value in os.environ.items()
                if not name.startswith(("DHCPLAB_", "WINE", "DISPLAY"))}
@@ -115,7 +115,7 @@ def wine(*command, **options):
 
 
 def run(*command, **settings):
-    """A file, not a pipe, which what Wine leaves behind would keep open."""
+    """Output goes to a file: programs that Wine leaves running would keep a pipe open."""
     with open(FOLDER.parent / "rehearsal.log", "w+b") as log:
         words, options = wine(*command, stdout=log, stderr=log, timeout=100)
         options["env"] = {**ENVIRONMENT, **settings}
@@ -142,7 +142,7 @@ def outline(text):
 
 
 def check_alone():
-    """What is started by hand, without rehearse.cmd, must not pass for a gateway's run."""
+    """Programs started without rehearse.cmd must not look like a run on a gateway."""
     alone = FOLDER / "alone"
     alone.mkdir()
 
@@ -167,7 +167,7 @@ def check_alone():
 
 
 def interrupt():
-    """Ends cmd in the middle, as closing its window does."""
+    """Ends cmd halfway, as closing its window does."""
     words, options = wine("cmd", "/c", "rehearse.cmd", stdout=subprocess.DEVNULL,
                           stderr=subprocess.DEVNULL)
     with subprocess.Popen(words, **options) as process:
