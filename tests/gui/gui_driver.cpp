@@ -1,17 +1,15 @@
-/// Works the windows of another process: gui_driver SCRIPT. What it sees goes to stdout. A line of
-/// the script is a step:
+/// gui_driver SCRIPT: operates the windows of another process and prints what they show to stdout.
+/// Each line of the script is a step:
 ///
-///   wait "title"        until a visible window has this title; it is the one worked on
+///   wait "title"        waits for a visible window with this title and uses it from then on
 ///   texts               prints class, id and text of every control
-///   layout W H          prints the controls' places in dialog units; the dialog is W x H units
-///   text ID             prints the text of the edit control
-///   set ID "text"       puts a text into the edit control
-///   click ID            presses the button
-///   close               asks the window to close
-///   gone                until the window is no longer there
+///   layout W H          prints the positions of the controls in dialog units, for a dialog of W x
+///   H units text ID             prints the text of the edit control set ID "text"       sets the
+///   text of the edit control click ID            presses the button close               asks the
+///   window to close gone                waits until the window is destroyed
 ///
-/// Texts know the escapes \" and \\, titles also %n for a line feed. A step that cannot be done
-/// ends the script with 1.
+/// Quoted texts have the escapes \" and \\, titles also %n for a line feed. The first step that
+/// fails ends the script with exit code 1.
 #include <windows.h>
 
 #include <cstdlib>
@@ -49,7 +47,7 @@ std::string ClassOf(HWND window) {
     return name;
 }
 
-/// By message: GetWindowText does not read the controls of another process.
+/// Uses WM_GETTEXT, because GetWindowText does not read the controls of another process.
 std::string TextOf(HWND window) {
     char text[4096] = "";
     ::SendMessageA(window, WM_GETTEXT, sizeof(text), reinterpret_cast<LPARAM>(text));
@@ -68,7 +66,7 @@ std::vector<HWND> ControlsOf(HWND window) {
     return controls;
 }
 
-/// The class decides too: the common file dialogs use an id more than once.
+/// Compares the class too, because the common file dialogs use some ids more than once.
 HWND FindControl(HWND window, std::istream& arguments, const char* className) {
     int id = 0;
     arguments >> id;
@@ -78,7 +76,7 @@ HWND FindControl(HWND window, std::istream& arguments, const char* className) {
     return nullptr;
 }
 
-/// The base units come from the known size: asking Windows works for own dialogs only.
+/// Takes the base units from the known size: MapDialogRect works only in the dialog's own process.
 void PrintLayout(HWND window, int width, int height) {
     RECT client{};
     ::GetClientRect(window, &client);
@@ -94,7 +92,7 @@ void PrintLayout(HWND window, int width, int height) {
     }
 }
 
-/// Returns false when the step cannot be done.
+/// Returns false if the step fails.
 bool RunStep(const std::string& step, std::istream& arguments, HWND& window) {
     if (step == "wait") {
         std::string title = ReadQuoted(arguments);
