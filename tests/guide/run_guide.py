@@ -4,7 +4,7 @@
     ```console       `C:\\move> ` begins a command for cmd; its output follows. A line `...`
                      matches any lines, `…` any text in a line. Blank lines are ignored.
     ```windows       is not run: neither Wine nor the lab has these commands
-    ```csv NAME      (or json, text) is written to the working directory as NAME, in the ANSI code page
+    ```csv NAME      (or json, text) becomes NAME in the working directory, in the ANSI code page
     ```bat NAME      must equal recipes/NAME, which is in the working directory of all blocks
     <!-- lab -->     starts again with the sample gateway, an empty server and an empty folder.
                      Faults (docs/lab.md), separated by ";", may follow: <!-- lab: FAULTS -->
