@@ -1,5 +1,6 @@
 // Records and constants of the DHCP Server Management API on 64-bit Windows, from Microsoft's
-// public reference. Not shared with the program, so that a wrong declaration there is noticed.
+// public reference. Declared again instead of sharing the program's header, so that a wrong
+// declaration in the program shows up.
 // Addresses are numbers in host order, texts UTF-16; pointers may be null.
 #pragma once
 

@@ -27,7 +27,7 @@ std::string FileText(const std::wstring& path);
 /// Writes the text at the current position. Returns false if not all of it was written.
 bool WriteText(const Handle& file, std::string_view text);
 
-/// Writes a new file and renames it to the old one's name, so that there is always a complete file.
+/// Writes a new file and renames it over the old one, so that readers always find a complete file.
 /// Returns false on failure, with GetLastError.
 bool ReplaceFile(const std::wstring& path, std::string_view text);
 

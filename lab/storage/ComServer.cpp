@@ -15,7 +15,7 @@ namespace {
 
 /// The ProgID of the gateway's own component.
 constexpr wchar_t kStorageProgId[] = L"Granite.ZakStorageDB";
-/// The class id that zakstorage.dll registers for it.
+/// The class id under which zakstorage.dll registers that ProgID.
 constexpr CLSID kClassId = {
     0xb2f6a7c4, 0x58d1, 0x4c0e, {0x8f, 0x3b, 0x94, 0xe1, 0x7d, 0x2a, 0x6c, 0x05}};
 constexpr wchar_t kClassIdText[] = L"{b2f6a7c4-58d1-4c0e-8f3b-94e17d2a6c05}";

@@ -38,7 +38,7 @@ inline constexpr std::uint32_t NetworkAddress(std::uint32_t address, std::uint32
     return address & mask;
 }
 
-/// The address after the network id as it is written, even if that has host bits.
+/// The network id plus 1. Host bits in the network id are kept.
 inline constexpr std::uint32_t FirstHostAddress(std::uint32_t networkId) {
     return networkId + 1;
 }

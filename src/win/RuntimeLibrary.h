@@ -70,7 +70,8 @@ class CEntry<Result(Arguments...)> : public CLibraryEntry {
 public:
     using CLibraryEntry::CLibraryEntry;
 
-    /// Loads the library if needed. On failure a DWORD result is the system's code, any other is 0.
+    /// Loads the library if needed. If it or an entry is missing, a function that returns a DWORD
+    /// returns the system's error code; any other returns 0.
     Result operator()(Arguments... arguments) {
         using Function = Result(WINAPI*)(Arguments...);
         const DWORD error = m_library.Load();
