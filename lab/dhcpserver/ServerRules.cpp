@@ -37,6 +37,8 @@ DWORD PageBytes(const Client& client) {
     return static_cast<DWORD>(bytes);
 }
 
+}  // namespace
+
 ULONGLONG Now() {
     FILETIME now;
     ::GetSystemTimeAsFileTime(&now);
@@ -48,8 +50,6 @@ ULONGLONG LeaseSeconds(const Scope& scope) {
     const bool isSet = value != scope.options.end() && !value->second.empty();
     return isSet ? value->second.front().number : kDefaultLeaseSeconds;
 }
-
-}  // namespace
 
 DWORD ServerRules::CreateScope(DWORD scopeId, Scope scope) {
     if (scopeId == 0 || (scopeId & scope.mask) != scopeId)

@@ -34,6 +34,9 @@ struct ClientPage {
     DWORD total = 0;
 };
 
+ULONGLONG Now();
+ULONGLONG LeaseSeconds(const Scope& scope);
+
 class ServerRules {
 public:
     explicit ServerRules(ServerState& state) : m_state(state) {}

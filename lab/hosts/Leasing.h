@@ -2,7 +2,7 @@
 // the order of RFC 2131, section 4.3.1.
 #pragma once
 
-#include "lab/dhcpserver/ServerState.h"
+#include "lab/dhcpserver/ServerRules.h"
 
 namespace lab {
 
@@ -42,13 +42,9 @@ public:
             address = FirstFree(id, scope);
         if (address == 0)
             return 0;
-        const auto time = scope.options.find(51);
-        const DWORD seconds = time != scope.options.end() ? time->second.at(0).number : 691200;
-        Client lease;
-        lease.hardware = hardware;
-        lease.name = name + L".example";  // a host gives its name with a domain
-        lease.expires = m_now + seconds * 10'000'000ULL;
-        lease.type = api::kTypeDhcp;
+        const ULONGLONG expires = m_now + LeaseSeconds(scope) * 10'000'000;
+        // A host gives its name with a domain.
+        Client lease{hardware, name + L".example", {}, expires, api::kTypeDhcp, {}};
         m_state.PutClient(address, std::move(lease));
         return address;
     }
@@ -73,8 +69,7 @@ private:
 
     ServerState m_state;
     ULONGLONG m_now;
-    std::map<DWORD, DWORD>
-        m_lowestFree;  // by scope; addresses that hosts give up are not looked at again
+    std::map<DWORD, DWORD> m_lowestFree;  // by scope: what hosts give up is not looked at again
 };
 
 }  // namespace lab

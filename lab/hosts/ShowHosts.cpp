@@ -1,10 +1,10 @@
 // show_hosts: which address each host of a clients.csv gets from the stand-in server (docs/lab.md).
-// Names are in the gateway's code page, and the console is set to it. 0 means no address.
+// Names are in the gateway's code page. The address 0 means none.
 #include <windows.h>
 
-#include <algorithm>
 #include <boost/algorithm/string.hpp>
 #include <cstdio>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -17,36 +17,27 @@
 namespace lab {
 namespace {
 
-constexpr char kUsage[] =
-    "show_hosts [--scopes SCOPES.CSV] [--log FILE] [--had SERVER.JSON]\n"
-    "           [--lease | --lease-forgotten] SERVER.JSON CLIENTS.CSV [HOSTS.CSV]\n";
-
+using Fields = std::vector<std::string>;
+using Options = std::map<std::wstring, std::vector<std::wstring>>;  // the files by ""
 struct Host {
     std::string name;
-    DWORD address;  // by CLIENTS.CSV
-    DWORD uses;     // now
+    DWORD address, uses;  // by CLIENTS.CSV, and now
     Identifier hardware;
-    std::string fault;  // why the server may not know it, as far as the files tell
+    std::string code;  // of the refusal in a log
 };
-using Fields = std::vector<std::string>;
 
-std::string Read(const std::wstring& path) {
-    std::string text = FileText(path);
-    if (text.empty())
+/// The groups of the lines that the pattern matches, behind the first `skipped` lines.
+std::vector<Fields> ReadLines(const std::wstring& path, int skipped, const char* pattern) {
+    std::istringstream text(FileText(path));
+    if (text.peek() == EOF)
         throw std::runtime_error(ToUtf8(path) + ": cannot be read, or is empty");
-    return text;
-}
-
-/// The lines that are not blank, behind the first `skipped`.
-std::vector<Fields> ReadCsv(const std::wstring& path, int skipped) {
     std::vector<Fields> lines;
-    std::istringstream text(Read(path));
+    const std::regex expression(pattern);
+    std::smatch match;
     for (std::string line; std::getline(text, line);)
-        if (!boost::all(line, boost::is_space()) && --skipped < 0) {
-            boost::split(lines.emplace_back(), line, boost::is_any_of(","));
-            for (std::string& field : lines.back())
-                boost::trim(field);
-        }
+        if (--skipped < 0 && std::regex_search(line, match, expression))
+            for (std::string& group : lines.emplace_back(match.begin(), match.end()))
+                boost::trim(group);
     return lines;
 }
 
@@ -63,33 +54,33 @@ Identifier ParseMac(const std::string& text) {
     return ParseHexBytes(FromUtf8(digits)).value_or(Identifier());
 }
 
-/// Takes from `macs` what it uses, and adds the DNS servers.
-std::vector<Host> ReadHosts(const std::wstring& path, std::map<std::string, unsigned long>& codes,
-                            std::map<std::string, Identifier>& macs, std::set<DWORD>& servers) {
+/// The hosts of CLIENTS.CSV. Adds their DNS servers.
+std::vector<Host> ReadHosts(Options& options, std::set<DWORD>& servers) {
+    std::map<std::string, std::string> codes;
+    for (const std::wstring& path : options[L"--log"])
+        for (const Fields& fields :
+             ReadLines(path, 0, R"(IP Address \[([^\]]*)\].*Failed with error \[(\d+))"))
+            codes[fields[1]] = fields[2];
+    std::map<std::string, Identifier> macs;
+    for (std::size_t i = 2; i < options[L""].size(); ++i)
+        for (const Fields& fields : ReadLines(options[L""][i], 0, "^(.*),([^,]*)$"))
+            macs[fields[ParseMac(fields[2]).empty() ? 0 : 1]] = ParseMac(fields[2]);
     std::vector<Host> hosts;
-    for (Fields& fields : ReadCsv(path, 1)) {
-        if (fields[0][0] == '#' && fields.size() < 7)
-            continue;
-        for (; fields.size() > 7; fields.erase(fields.begin()))
-            fields[1].insert(0, fields[0] + ", ");  // a name with a comma
-        fields.resize(7);
-        Host host{fields[0], AddressIn(fields[1]), AddressIn(fields[1]), ParseMac(fields[5]),
-                  "no reservation and no lease under its MAC"};
+    // A name may have commas. A line with too few fields is a host as well, unless it is a comment.
+    constexpr char kLine[] =
+        R"(^(.*),([^,]*),([^,]*),([^,]*),([^,]*),([^,]*),[^,]*$|^(?!\s*#)(.*\S.*)$)";
+    for (const Fields& fields : ReadLines(options[L""][1], 1, kLine)) {
+        const DWORD address = AddressIn(fields[2]);
+        Host host{fields[1] + fields[7], address, address, ParseMac(fields[6]), codes[fields[2]]};
         if (host.hardware.empty())  // unknown: the server does not know it either
             host.hardware = "host " + std::to_string(hosts.size());
-        if (std::count(fields[5].begin(), fields[5].end(), '-') != 5)
-            host.fault = "its MAC is not six pairs with dashes";
-        if (const auto code = codes.find("IP Address [" + fields[1] + "]"); code != codes.end())
-            host.fault = "refused with code " + std::to_string(code->second);
-        const auto own = macs.find(macs.count(fields[1]) ? fields[1] : fields[0]);
-        if (own != macs.end() && !own->second.empty()) {
-            host.hardware = own->second;
-            macs.erase(own);
-        }
-        for (const std::string& server : {fields[3], fields[4]})
-            servers.insert(AddressIn(server));
+        if (const auto own = macs.extract(macs.count(fields[2]) ? fields[2] : fields[1]))
+            host.hardware = own.mapped();
+        servers.insert({AddressIn(fields[4]), AddressIn(fields[5])});
         hosts.push_back(std::move(host));
     }
+    if (!macs.empty())
+        throw std::runtime_error("no other host, or no MAC: " + macs.begin()->first);
     return hosts;
 }
 
@@ -99,9 +90,11 @@ std::string Reason(const Host& host, const Leasing& leasing) {
     const auto* const scope = state.ScopeOf(host.address);
     if (!scope)
         return "no scope of the server has its address";
+    std::string text = host.code.empty() ? "no reservation and no lease under its MAC"
+                                         : "refused with code " + host.code;
     const DWORD* own = state.ReservedAddress(scope->first, host.hardware);
-    own = own ? own : state.AddressOfClient(UniqueId(scope->first, host.hardware));
-    std::string text = own ? "the server has " + Dotted(*own) + " for its MAC" : host.fault;
+    if (own || (own = state.AddressOfClient(UniqueId(scope->first, host.hardware))))
+        text = "the server has " + Dotted(*own) + " for its MAC";
     const auto reserved = scope->second.reservations.find(host.address);
     const Client* const holder = state.FindClient(host.address);
     if (reserved != scope->second.reservations.end() && reserved->second.hardware != host.hardware)
@@ -114,7 +107,7 @@ std::string Reason(const Host& host, const Leasing& leasing) {
 /// Lets all hosts ask, and shows those that do not get their address.
 void ShowAnswers(const std::vector<Host>& hosts, const std::set<DWORD>& servers, bool remember,
                  Leasing& leasing) {
-    std::size_t kept = 0, none = 0, wrong = 0;
+    std::size_t others = 0, none = 0, wrong = 0;
     std::string lines;
     for (const Host& host : hosts) {
         const std::string reason = Reason(host, leasing);
@@ -123,25 +116,26 @@ void ShowAnswers(const std::vector<Host>& hosts, const std::set<DWORD>& servers,
                               static_cast<int>(name.size()));
         const DWORD got =
             leasing.Ask(host.address, remember ? host.uses : 0, host.hardware, name.c_str());
-        const char* const whose = got && servers.count(got) ? " (a DNS server's or gateway's)" : "";
-        none += got == 0;
-        kept += got != 0 && got == host.address;
-        wrong += got != host.address && *whose;
-        if (got == 0 || got != host.address)
-            lines += "  " + host.name + ", " + Dotted(host.address) + " -> " +
-                     (got ? Dotted(got) : "none") + whose + ": " + reason + "\n";
+        if (got != 0 && got == host.address)
+            continue;
+        const bool isServers = got != 0 && servers.count(got);
+        ++(got ? others : none);
+        wrong += isServers;
+        lines += "  " + host.name + ", " + Dotted(host.address) + " -> " +
+                 (got ? Dotted(got) : "none") +
+                 (isServers ? " (a DNS server's or gateway's): " : ": ") + reason + "\n";
     }
     std::printf(
         "%zu of %zu hosts keep their address if they %s it; %zu get another one (%zu that of a "
         "DNS server or gateway), %zu none.\n%s",
-        kept, hosts.size(), remember ? "remember" : "have forgotten", hosts.size() - kept - none,
-        wrong, none, lines.c_str());
+        hosts.size() - others - none, hosts.size(), remember ? "remember" : "have forgotten",
+        others, wrong, none, lines.c_str());
 }
 
 void Run(const std::vector<std::wstring>& words) {
     static const std::set<std::wstring> kFlags{L"--lease", L"--lease-forgotten"};
     static const std::set<std::wstring> kWithFile{L"--scopes", L"--log", L"--had"};
-    std::map<std::wstring, std::vector<std::wstring>> options;  // the files by ""
+    Options options;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const bool hasFile = kWithFile.count(words[i]) && i + 1 < words.size();
         const std::wstring option = hasFile || kFlags.count(words[i]) ? words[i] : L"";
@@ -149,37 +143,24 @@ void Run(const std::vector<std::wstring>& words) {
     }
     const auto& files = options[L""];
     if (files.size() < 2 || files.size() > 3)
-        throw std::runtime_error(kUsage);
+        throw std::runtime_error(
+            "show_hosts [--scopes SCOPES.CSV] [--log FILE] [--had SERVER.JSON]\n"
+            "           [--lease | --lease-forgotten] SERVER.JSON CLIENTS.CSV [HOSTS.CSV]\n");
     ServerState state, before;
-    ReadSnapshot(Read(files[0]), state);
-    for (const std::wstring& had : options[L"--had"])
-        ReadSnapshot(Read(had), before);
-    std::map<std::string, unsigned long> codes;
-    for (const std::wstring& path : options[L"--log"])
-        for (const Fields& fields : ReadCsv(path, 0))
-            if (fields.size() > 6 && boost::contains(fields.back(), "Failed with error ["))
-                codes[fields[fields.size() - 6]] =
-                    std::stoul(fields.back().substr(fields.back().rfind('[') + 1));
-    std::map<std::string, Identifier> macs;
-    for (const Fields& fields : files.size() == 3 ? ReadCsv(files[2], 0) : std::vector<Fields>())
-        macs[fields[0]] = ParseMac(fields.back());
+    ReadSnapshot(FileText(files[0]), state);
+    for (const std::wstring& path : options[L"--had"])
+        ReadSnapshot(FileText(path), before);
     std::set<DWORD> servers;
-    for (const std::wstring& scopes : options[L"--scopes"])
-        for (const Fields& fields : ReadCsv(scopes, 1))
-            servers.insert(fields.size() < 2 ? 0 : AddressIn(fields[1]));
-    std::vector<Host> hosts = ReadHosts(files[1], codes, macs, servers);
-    if (!macs.empty())
-        throw std::runtime_error(ToUtf8(files[2]) +
-                                 ": no other host, or no MAC: " + macs.begin()->first);
+    for (const std::wstring& path : options[L"--scopes"])
+        for (const Fields& fields : ReadLines(path, 1, ",([^,]*)"))
+            servers.insert(AddressIn(fields[1]));
+    std::vector<Host> hosts = ReadHosts(options, servers);
     for (Host& host : hosts)
         if (const auto* const scope = before.ScopeOf(host.address)) {
-            const DWORD* const leased =
-                before.AddressOfClient(UniqueId(scope->first, host.hardware));
+            const DWORD* leased = before.AddressOfClient(UniqueId(scope->first, host.hardware));
             host.uses = leased ? *leased : 0;
         }
-    ULARGE_INTEGER now;
-    ::GetSystemTimeAsFileTime(reinterpret_cast<FILETIME*>(&now));
-    const Leasing untouched(state, now.QuadPart);
+    const Leasing untouched(state, Now());
     for (const bool remember : {true, false}) {
         Leasing leasing = untouched;
         ShowAnswers(hosts, servers, remember, leasing);
@@ -199,15 +180,11 @@ void Run(const std::vector<std::wstring>& words) {
 }  // namespace lab
 
 int wmain(int argc, wchar_t** argv) {
-    const UINT codePage = ::GetConsoleOutputCP();
-    ::SetConsoleOutputCP(::GetACP());
-    int result = 0;
     try {
         lab::Run({argv + 1, argv + argc});
+        return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "show_hosts: %s\n", error.what());
-        result = 1;
+        return 1;
     }
-    ::SetConsoleOutputCP(codePage);
-    return result;
 }
