@@ -1,8 +1,7 @@
-"""The stand-in server's state as a configuration and leases for Kea, and hosts that ask Kea.
+"""kea.py FOLDER: Kea with the stand-in server's state (FOLDER/state.json), and hosts that ask it.
 
-As a program, in network and PID namespaces of its own: reads names of folders, a line each, with
-`state.json` and `asks.json` (a list of address, MAC, address to ask for or null), and prints for
-each the answers as a JSON list of [address, mask, router, lease time], null for none.
+To be run in network and PID namespaces of its own. stdin is a JSON list of [address, MAC, address to
+ask for or null], stdout the list of the answers: [address, mask, router, lease time], null for none.
 """
 
 import json
@@ -17,13 +16,9 @@ UNIX_EPOCH = 11644473600  # in seconds since 1601, where a FILETIME begins
 PATIENCE_SECONDS = 10
 
 
-def networks(state):
-    """Those of the scopes; the first scope is Kea's subnet 1, and so on."""
-    return [IPv4Network(f"{address}/{scope['mask']}") for address, scope in state["scopes"].items()]
-
-
-def subnet_number(state, address):
-    return [IPv4Address(address) in network for network in networks(state)].index(True) + 1
+def subnet_number(networks, address):
+    """The first scope is Kea's subnet 1, and so on."""
+    return [IPv4Address(address) in network for network in networks].index(True) + 1
 
 
 def pools(scope):
@@ -50,9 +45,7 @@ def subnet(number, network, scope):
                              for address, one in scope.get("reservations", {}).items()]}
 
 
-def configuration(state, folder):
-    subnets = [subnet(number, network, scope) for number, (network, scope) in
-               enumerate(zip(networks(state), state["scopes"].values()), 1) if not scope["state"]]
+def configuration(subnets, folder):
     return {"Dhcp4": {
         "interfaces-config": {"interfaces": [one["interface"] for one in subnets]},
         # A Windows server knows a host by its MAC unless the host sends another identifier.
@@ -63,22 +56,22 @@ def configuration(state, folder):
                      "output_options": [{"output": "stdout", "flush": True}]}]}}
 
 
-def leases(state):
+def leases(clients, networks):
     """Records that have a lease. One whose expiry is 0 only belongs to a reservation."""
     lines = ["address,hwaddr,client_id,valid_lifetime,expire,subnet_id,fqdn_fwd,fqdn_rev,hostname,"
-             "state,user_context"]
-    for address, client in state["clients"].items():
+             "state,user_context\n"]
+    for address, client in clients.items():
         expires = client["expires"] // 10_000_000 - UNIX_EPOCH
         if client["expires"]:
             lines.append(f"{address},{client['mac'].replace('-', ':')},,"
                          f"{max(1, expires - int(time.time()))},{expires},"
-                         f"{subnet_number(state, address)},0,0,,0,")
-    return "\n".join(lines) + "\n"
+                         f"{subnet_number(networks, address)},0,0,,0,\n")
+    return "".join(lines)
 
 
-def make_links(state):
+def make_links(networks):
     """A pair of interfaces per scope: the server's end with an address, the hosts' end without."""
-    for number, network in enumerate(networks(state), 1):
+    for number, network in enumerate(networks, 1):
         for command in (f"link add server{number} type veth peer name host{number}",
                         f"address add {network[-2]}/{network.prefixlen} dev server{number}",
                         f"link set server{number} up", f"link set host{number} up"):
@@ -91,47 +84,43 @@ def ask(folder, interface, mac, named):
     (folder / "dhclient.leases").write_text(
         f'lease {{ interface "{interface}"; fixed-address {named}; {ended} }}\n' if named else "")
     subprocess.run(["ip", "link", "set", interface, "address", mac.replace("-", ":")], check=True)
-    command = "{0}/dhclient -4 -d -1 --no-pid -cf {0}/dhclient.conf -lf {0}/dhclient.leases " \
-              "-sf {0}/answered {1}".format(folder, interface)
-    done = subprocess.run(command.split(), capture_output=True, text=True,
+    command = f"{folder}/dhclient -4 -d -1 --no-pid -cf dhclient.conf -lf dhclient.leases " \
+              f"-sf {folder}/answered {interface}"
+    done = subprocess.run(command.split(), cwd=folder, capture_output=True, text=True,
                           timeout=3 * PATIENCE_SECONDS, check=False)
     return done.stdout.split() or None
 
 
-def play(folder):
-    """The answers of a new Kea with this state."""
-    state, asks = (json.loads((folder / name).read_text()) for name in ("state.json", "asks.json"))
-    (folder / "leases.csv").write_text(leases(state))
-    (folder / "kea.json").write_text(json.dumps(configuration(state, folder), indent=1))
-    (folder / "dhclient.conf").write_text(
-        f"timeout {PATIENCE_SECONDS}; initial-delay 0; request subnet-mask, routers;\n")
-    (folder / "answered").write_text(
-        '#!/bin/sh\n[ "$reason" = BOUND ] || exit 0\n'
-        'echo "$new_ip_address $new_subnet_mask $new_routers $new_dhcp_lease_time"\n'
-        'kill -9 $PPID\n')
+def play(folder, asks):
+    state = json.loads((folder / "state.json").read_text())
+    networks = [IPv4Network(f"{address}/{scope['mask']}")
+                for address, scope in state["scopes"].items()]
+    make_links(networks)
+    subnets = [subnet(number, network, scope) for number, (network, scope) in
+               enumerate(zip(networks, state["scopes"].values()), 1) if not scope["state"]]
+    for name, text in {
+            "kea.json": json.dumps(configuration(subnets, folder), indent=1),
+            "leases.csv": leases(state["clients"], networks),
+            "dhclient.conf": f"timeout {PATIENCE_SECONDS}; initial-delay 0; "
+                             "request subnet-mask, routers;\n",
+            "answered": '#!/bin/sh\n[ "$reason" = BOUND ] || exit 0\necho "$new_ip_address '
+                        '$new_subnet_mask $new_routers $new_dhcp_lease_time"\nkill -9 $PPID\n'}.items():
+        (folder / name).write_text(text)
     (folder / "answered").chmod(0o755)
     for program in ("kea-dhcp4", "dhclient"):  # AppArmor confines those of /usr/sbin to the system's
         shutil.copy(shutil.which(program, path="/usr/sbin:/sbin"), folder)
-    settings = {"KEA_LOCKFILE_DIR": str(folder), "KEA_PIDFILE_DIR": str(folder)}
     log = folder / "kea.log"
     with open(log, "wb") as out:
-        kea = subprocess.Popen([folder / "kea-dhcp4", "-c", folder / "kea.json"], env=settings,
-                               stdout=out, stderr=out)
-    try:
-        while "DHCP4_STARTED" not in log.read_text():
-            if kea.poll() is not None:
-                raise RuntimeError(log.read_text())
-            time.sleep(0.02)
-        return [ask(folder, f"host{subnet_number(state, home)}", mac, named)
-                for home, mac, named in asks]
-    finally:
-        kea.kill()
-        kea.wait()
+        kea = subprocess.Popen(
+            [folder / "kea-dhcp4", "-c", folder / "kea.json"], stdout=out, stderr=out,
+            env={"KEA_LOCKFILE_DIR": str(folder), "KEA_PIDFILE_DIR": str(folder)})
+    while "DHCP4_STARTED" not in log.read_text():
+        if kea.poll() is not None:
+            raise RuntimeError(log.read_text())
+        time.sleep(0.02)
+    return [ask(folder, f"host{subnet_number(networks, home)}", mac, named)
+            for home, mac, named in asks]  # Kea ends with the namespace
 
 
 if __name__ == "__main__":
-    for index, line in enumerate(sys.stdin):
-        work = Path(line.strip())
-        if index == 0:
-            make_links(json.loads((work / "state.json").read_text()))
-        print(json.dumps(play(work)), flush=True)
+    print(json.dumps(play(Path(sys.argv[1]), json.load(sys.stdin))))
