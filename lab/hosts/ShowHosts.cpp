@@ -23,7 +23,7 @@ struct Host {
     std::string name;
     DWORD address, uses;  // by CLIENTS.CSV, and now
     Identifier hardware;
-    std::string code;  // of the refusal in a log
+    std::string fault;  // why the server may not know it, as far as the logs tell
 };
 
 /// The groups of the lines that the pattern matches, behind the first `skipped` lines.
@@ -56,11 +56,11 @@ Identifier ParseMac(const std::string& text) {
 
 /// The hosts of CLIENTS.CSV. Adds their DNS servers.
 std::vector<Host> ReadHosts(Options& options, std::set<DWORD>& servers) {
-    std::map<std::string, std::string> codes;
+    std::map<std::string, std::string> faults;
     for (const std::wstring& path : options[L"--log"])
         for (const Fields& fields :
              ReadLines(path, 0, R"(IP Address \[([^\]]*)\].*Failed with error \[(\d+))"))
-            codes[fields[1]] = fields[2];
+            faults[fields[1]] = "refused with code " + fields[2];
     std::map<std::string, Identifier> macs;
     for (std::size_t i = 2; i < options[L""].size(); ++i)
         for (const Fields& fields : ReadLines(options[L""][i], 0, "^(.*),([^,]*)$"))
@@ -71,7 +71,9 @@ std::vector<Host> ReadHosts(Options& options, std::set<DWORD>& servers) {
         R"(^(.*),([^,]*),([^,]*),([^,]*),([^,]*),([^,]*),[^,]*$|^(?!\s*#)(.*\S.*)$)";
     for (const Fields& fields : ReadLines(options[L""][1], 1, kLine)) {
         const DWORD address = AddressIn(fields[2]);
-        Host host{fields[1] + fields[7], address, address, ParseMac(fields[6]), codes[fields[2]]};
+        Host host{
+            fields[1] + fields[7], address, address, ParseMac(fields[6]),
+            faults.emplace(fields[2], "no reservation and no lease under its MAC").first->second};
         if (host.hardware.empty())  // unknown: the server does not know it either
             host.hardware = "host " + std::to_string(hosts.size());
         if (const auto own = macs.extract(macs.count(fields[2]) ? fields[2] : fields[1]))
@@ -90,11 +92,9 @@ std::string Reason(const Host& host, const Leasing& leasing) {
     const auto* const scope = state.ScopeOf(host.address);
     if (!scope)
         return "no scope of the server has its address";
-    std::string text = host.code.empty() ? "no reservation and no lease under its MAC"
-                                         : "refused with code " + host.code;
     const DWORD* own = state.ReservedAddress(scope->first, host.hardware);
-    if (own || (own = state.AddressOfClient(UniqueId(scope->first, host.hardware))))
-        text = "the server has " + Dotted(*own) + " for its MAC";
+    own = own ? own : state.AddressOfClient(UniqueId(scope->first, host.hardware));
+    std::string text = own ? "the server has " + Dotted(*own) + " for its MAC" : host.fault;
     const auto reserved = scope->second.reservations.find(host.address);
     const Client* const holder = state.FindClient(host.address);
     if (reserved != scope->second.reservations.end() && reserved->second.hardware != host.hardware)
@@ -143,9 +143,7 @@ void Run(const std::vector<std::wstring>& words) {
     }
     const auto& files = options[L""];
     if (files.size() < 2 || files.size() > 3)
-        throw std::runtime_error(
-            "show_hosts [--scopes SCOPES.CSV] [--log FILE] [--had SERVER.JSON]\n"
-            "           [--lease | --lease-forgotten] SERVER.JSON CLIENTS.CSV [HOSTS.CSV]\n");
+        throw std::runtime_error("[OPTION...] SERVER.JSON CLIENTS.CSV [HOSTS.CSV] (docs/lab.md)");
     ServerState state, before;
     ReadSnapshot(FileText(files[0]), state);
     for (const std::wstring& path : options[L"--had"])

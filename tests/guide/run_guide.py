@@ -60,7 +60,9 @@ class Guide(World):
 
     def answers(self, commands):
         """Returns the output of each command. One cmd runs them all, so that variables last."""
-        script = self.base / "commands"
+        before, script = self.base.with_name("guide-before"), self.base / "commands"
+        shutil.rmtree(before, ignore_errors=True)
+        shutil.copytree(self.base, before, ignore=shutil.ignore_patterns("program"))
         script.write_text("".join(f"{line}\n" for command in ("@echo off", *commands)
                                   for line in (command, f"echo {MARK}")), encoding="cp1252")
         # Input is a file: Wine's cmd stops reading a pipe after the first program that it starts.
@@ -68,6 +70,13 @@ class Guide(World):
             self.wine(["cmd"], stdin=typed, stdout=out, stderr=subprocess.STDOUT).wait(timeout=60)
             out.seek(0)
             text = out.read().decode("cp1252").replace("\r\n", "\n")
+        if any(path.is_file() and b"Can't recognize" in path.read_bytes()
+               for path in (self.base / "answers", *self.folders["work"].iterdir())):
+            print("Wine's cmd could not start a program; the block runs again")
+            for name in ("work", "data", "temp"):
+                shutil.rmtree(self.folders[name])
+            shutil.copytree(before, self.base, dirs_exist_ok=True)
+            return self.answers(commands)
         return text.split(MARK + "\n")[1:len(commands) + 1]
 
     def check(self, block, show):
