@@ -69,7 +69,7 @@ private:
 
     ServerState m_state;
     ULONGLONG m_now;
-    std::map<DWORD, DWORD> m_lowestFree;  // by scope: what hosts give up is not looked at again
+    std::map<DWORD, DWORD> m_lowestFree;  // by scope; never goes back to addresses given up
 };
 
 }  // namespace lab
