@@ -17,6 +17,8 @@
 namespace lab {
 namespace {
 
+constexpr std::size_t kMaxLine = 4096;  // std::regex needs stack for each character
+
 using Fields = std::vector<std::string>;
 using Options = std::map<std::wstring, std::vector<std::wstring>>;  // the files by ""
 struct Host {
@@ -34,11 +36,24 @@ std::vector<Fields> ReadLines(const std::wstring& path, int skipped, const char*
     std::vector<Fields> lines;
     const std::regex expression(pattern);
     std::smatch match;
-    for (std::string line; std::getline(text, line);)
+    for (std::string line; std::getline(text, line);) {
+        if (line.size() > kMaxLine)
+            throw std::runtime_error(ToUtf8(path) + ": a line is too long");
         if (--skipped < 0 && std::regex_search(line, match, expression))
             for (std::string& group : lines.emplace_back(match.begin(), match.end()))
                 boost::trim(group);
+    }
     return lines;
+}
+
+ServerState ReadState(const std::wstring& path) {
+    ServerState state;
+    try {
+        ReadSnapshot(FileText(path), state);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(ToUtf8(path) + ": " + error.what());
+    }
+    return state;
 }
 
 DWORD AddressIn(const std::string& text) {
@@ -66,14 +81,17 @@ std::vector<Host> ReadHosts(Options& options, std::set<DWORD>& servers) {
         for (const Fields& fields : ReadLines(options[L""][i], 0, "^(.*),([^,]*)$"))
             macs[fields[ParseMac(fields[2]).empty() ? 0 : 1]] = ParseMac(fields[2]);
     std::vector<Host> hosts;
+    const std::regex sixPairs("([0-9A-Fa-f]{2}-){5}[0-9A-Fa-f]{2}");
     // A name may have commas. A line with too few fields is a host as well, unless it is a comment.
     constexpr char kLine[] =
         R"(^(.*),([^,]*),([^,]*),([^,]*),([^,]*),([^,]*),[^,]*$|^(?!\s*#)(.*\S.*)$)";
     for (const Fields& fields : ReadLines(options[L""][1], 1, kLine)) {
         const DWORD address = AddressIn(fields[2]);
-        Host host{
-            fields[1] + fields[7], address, address, ParseMac(fields[6]),
-            faults.emplace(fields[2], "no reservation and no lease under its MAC").first->second};
+        const bool six = std::regex_match(fields[6], sixPairs);
+        const char* const fault = six ? "no reservation and no lease under its MAC"
+                                      : "its MAC is not six pairs with dashes";
+        Host host{fields[1] + fields[7], address, address, ParseMac(fields[6]),
+                  faults.emplace(fields[2], fault).first->second};
         if (host.hardware.empty())  // unknown: the server does not know it either
             host.hardware = "host " + std::to_string(hosts.size());
         if (const auto own = macs.extract(macs.count(fields[2]) ? fields[2] : fields[1]))
@@ -144,10 +162,10 @@ void Run(const std::vector<std::wstring>& words) {
     const auto& files = options[L""];
     if (files.size() < 2 || files.size() > 3)
         throw std::runtime_error("[OPTION...] SERVER.JSON CLIENTS.CSV [HOSTS.CSV] (docs/lab.md)");
-    ServerState state, before;
-    ReadSnapshot(FileText(files[0]), state);
+    const ServerState state = ReadState(files[0]);
+    ServerState before;
     for (const std::wstring& path : options[L"--had"])
-        ReadSnapshot(FileText(path), before);
+        before = ReadState(path);
     std::set<DWORD> servers;
     for (const std::wstring& path : options[L"--scopes"])
         for (const Fields& fields : ReadLines(path, 1, ",([^,]*)"))

@@ -1,15 +1,15 @@
-/// gui_driver SCRIPT: operates the windows of another process and prints what they show to stdout.
-/// Each line of the script is a step:
-///
-///   wait "title"        waits for a visible window with this title and uses it from then on
-///   texts               prints class, id and text of every control
-///   layout W H          prints the positions of the controls in dialog units, for a dialog of W x
-///   H units text ID             prints the text of the edit control set ID "text"       sets the
-///   text of the edit control click ID            presses the button close               asks the
-///   window to close gone                waits until the window is destroyed
-///
-/// Quoted texts have the escapes \" and \\, titles also %n for a line feed. The first step that
-/// fails ends the script with exit code 1.
+// gui_driver SCRIPT: operates the windows of another process and prints what they show to stdout.
+// Each line of the script is a step:
+//   wait "title"        waits for a visible window with this title and uses it from then on
+//   texts               prints class, id and text of every control
+//   layout W H          prints the controls' positions in dialog units; the dialog is W x H units
+//   text ID             prints the text of the edit control
+//   set ID "text"       sets the text of the edit control
+//   click ID            presses the button
+//   close               asks the window to close
+//   gone                waits until the window is destroyed
+// Quoted texts have the escapes \" and \\, titles also %n for a line feed. The first step that
+// fails ends the script with exit code 1.
 #include <windows.h>
 
 #include <cstdlib>

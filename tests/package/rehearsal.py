@@ -1,7 +1,6 @@
 #!/usr/bin/python3
 """rehearsal.py ZIP: unpacks the rehearsal package into an empty folder and runs it under Wine's
-cmd, as an administrator would. After each run the registry must be as before.
-"""
+cmd, as an administrator would. After each run the registry must be as before."""
 
 import hashlib
 import os

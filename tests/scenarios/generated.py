@@ -1,7 +1,6 @@
 #!/usr/bin/python3
 """Runs the program on generated stores and compares the results with an independent model, below.
---seed N repeats a failure.
-"""
+--seed N repeats a failure."""
 
 import argparse
 import copy
