@@ -9,9 +9,10 @@ class CMACAddress {
 public:
     /// Returns six pairs of lower-case hexadecimal digits joined by "-".
     std::string ToString() const;
-    /// Reads six groups of one or two hexadecimal digits; stops at the first malformed one. Each of
-    /// the first five must end with "-". A sixth of one digit must end with white space or the end
-    /// of the text; one of two digits may end with anything. Bytes not reached keep their value.
+    /// Reads six groups of one or two hexadecimal digits; stops at the first malformed one. A "-"
+    /// must follow each of the first five. After a sixth group of one digit the text must end or go
+    /// on with white space; after one of two digits anything may follow. Bytes not reached keep
+    /// their value.
     void FromString(const std::string& text);
     /// True if the address is in the gateway's vendor block, 00-04-70.
     bool IsPrefixValid() const;
