@@ -1,5 +1,5 @@
-// check FILE      lists the lines of clients.csv or scopes.csv that would be skipped or come out
-// wrong check FILE LOG  compares the file with the log of its import (dhcpmigrate -l or -g with -o)
+// check FILE: lists the lines of clients.csv or scopes.csv that would be skipped or come out wrong.
+// check FILE LOG: compares the file with the log of its import (dhcpmigrate -l or -g with -o).
 // The exit code is 0 after PASS, 1 after FAIL, 2 if nothing could be checked.
 #include <windows.h>
 

@@ -32,6 +32,17 @@ Handle OpenAlone(const std::wstring& path) {
 
 }  // namespace
 
+bool ReadSnapshotFile(const std::wstring& path, ServerState& state) {
+    const std::string text = FileText(path);
+    try {
+        if (!text.empty())
+            ReadSnapshot(text, state);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(ToUtf8(path) + ": " + error.what());
+    }
+    return !text.empty();
+}
+
 DWORD StateFile::Run(const std::function<DWORD(ServerState&)>& call) {
     if (m_path.empty())
         return RPC_S_SERVER_UNAVAILABLE;
@@ -39,14 +50,7 @@ DWORD StateFile::Run(const std::function<DWORD(ServerState&)>& call) {
         return call(*m_state);
     Handle file = OpenAlone(m_path);
     auto state = std::make_unique<ServerState>();
-    const std::string text = FileText(m_path);
-    try {
-        if (!text.empty())
-            ReadSnapshot(text, *state);
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(ToUtf8(m_path) + ": " + error.what());
-    }
-    state->isChanged = text.empty();  // write the file in any case
+    state->isChanged = !ReadSnapshotFile(m_path, *state);  // write the file in any case
     m_state = std::move(state);
     m_file = std::move(file);
     return call(*m_state);

@@ -11,6 +11,10 @@
 
 namespace lab {
 
+/// Reads a snapshot from a file. Returns false if the file is missing or empty. Throws
+/// std::runtime_error, which names the file.
+bool ReadSnapshotFile(const std::wstring& path, ServerState& state);
+
 class StateFile {
 public:
     /// Opens nothing before the first call. A missing file means an empty server, "" no server.

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "lab/dhcpserver/StateFile.h"
 #include "lab/dhcpserver/StateJson.h"
 #include "lab/hosts/Leasing.h"
 #include "lab/journal/Environment.h"
@@ -17,6 +18,7 @@
 namespace lab {
 namespace {
 
+constexpr char kNothingRead[] = ": cannot be read, or is empty";
 constexpr std::size_t kMaxLine = 4096;  // std::regex needs stack for each character
 
 using Fields = std::vector<std::string>;
@@ -32,7 +34,7 @@ struct Host {
 std::vector<Fields> ReadLines(const std::wstring& path, int skipped, const char* pattern) {
     std::istringstream text(FileText(path));
     if (text.peek() == EOF)
-        throw std::runtime_error(ToUtf8(path) + ": cannot be read, or is empty");
+        throw std::runtime_error(ToUtf8(path) + kNothingRead);
     std::vector<Fields> lines;
     const std::regex expression(pattern);
     std::smatch match;
@@ -48,11 +50,8 @@ std::vector<Fields> ReadLines(const std::wstring& path, int skipped, const char*
 
 ServerState ReadState(const std::wstring& path) {
     ServerState state;
-    try {
-        ReadSnapshot(FileText(path), state);
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(ToUtf8(path) + ": " + error.what());
-    }
+    if (!ReadSnapshotFile(path, state))
+        throw std::runtime_error(ToUtf8(path) + kNothingRead);
     return state;
 }
 

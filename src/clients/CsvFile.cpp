@@ -5,7 +5,7 @@
 #include <fstream>
 #include <new>
 
-#include "diagtools/DiagTraceInfo.h"
+#include "diagtools/HResultCheck.h"
 #include "win/Handles.h"
 
 namespace {
@@ -58,7 +58,7 @@ void ForEachCsvEntry(const std::string& fileName,
                     line.append(at, lineEnd);
             } catch (const std::bad_alloc& exception) {
                 tooLong = true;
-                DT_TRACE(kTraceError, "Record left out, exception [%s]", exception.what());
+                TRACE_RECORD_LEFT_OUT(exception);
             }
             at = lineEnd;
             if (at != end) {

@@ -11,22 +11,15 @@ namespace {
 constexpr std::uint32_t kAlwaysOn = 1 | 2 | 256;
 constexpr ULONGLONG kFaultIntervalMs = 5000;
 
-int LastError() {
-    return static_cast<int>(::GetLastError());
-}
-
 struct MissingEntry {
     const char* entry;
     void (*write)(int error);
 };
-#define MISSING_ENTRY(entry, fault)                                   \
-    {                                                                 \
-        entry, [](int error) { CInternalTrace::Write(fault, error); } \
-    }
 
 // The DT.LOG line for each missing entry. Kept for compatibility: searches in old logs match the
 // spelling "DTUnRegisterModule".
 // clang-format off
+#define MISSING_ENTRY(entry, fault) {entry, [](int error) { CInternalTrace::Write(fault, error); }}
 constexpr MissingEntry kMissingEntries[] = {
     MISSING_ENTRY("DTRegisterModule", "CDiagTrace::CDiagTrace m_pfnRegisterModule = (_DIAG_REGISTERMODULE)MyGetProcAddress(m_hModule, \"DTRegisterModule\"); Failed GetLastError Returned %d\n"),
     MISSING_ENTRY("DTTraceStr", "CDiagTrace::CDiagTrace m_pfnTraceStr = (_DIAG_TRACESTR)MyGetProcAddress(m_hModule, \"DTTraceStr\"); Failed GetLastError Returned %d\n"),
@@ -86,7 +79,11 @@ void CDiagTrace::RegisterSavedModule() {
     if (m_incomplete)  // LoadClient has logged the fault
         return;
     if (!m_hSavedAppModuled || m_client.Load() != ERROR_SUCCESS) {
-        WriteMissingModule();
+        const ULONGLONG now = ::GetTickCount64();
+        if (now >= m_nextMissingModule) {
+            m_nextMissingModule = now + kFaultIntervalMs;
+            CInternalTrace::Write("CDiagTrace::Register Receive hModule NULL\n");
+        }
         return;
     }
     char modulePath[MAX_PATH] = "";
@@ -94,7 +91,7 @@ void CDiagTrace::RegisterSavedModule() {
         CInternalTrace::Write(
             "CDiagTrace::Register if(!GetModuleFileName(m_hSavedAppModuled, szModuleName, "
             "MAX_PATH)) Failed GetLastError Returned %d\n",
-            LastError());
+            static_cast<int>(::GetLastError()));
         return;
     }
     m_hRegMod =
@@ -103,15 +100,7 @@ void CDiagTrace::RegisterSavedModule() {
         CInternalTrace::Write(
             "CDiagTrace::Register m_hRegMod = (*m_pfnRegisterModule)(0, szModuleName); Failed "
             "GetLastError Returned %d\n",
-            LastError());
-}
-
-void CDiagTrace::WriteMissingModule() {
-    const ULONGLONG now = ::GetTickCount64();
-    if (now < m_nextMissingModule)
-        return;
-    m_nextMissingModule = now + kFaultIntervalMs;
-    CInternalTrace::Write("CDiagTrace::Register Receive hModule NULL\n");
+            static_cast<int>(::GetLastError()));
 }
 
 void CDiagTrace::LoadAndRegisterWhenNeeded() {

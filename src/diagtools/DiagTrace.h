@@ -62,7 +62,6 @@ private:
     void LoadClient();
     void RegisterSavedModule();
     void LoadAndRegisterWhenNeeded();
-    void WriteMissingModule();
 
     CTraceClient m_client;
     void* m_hRegMod = nullptr;  // opaque; set while the module is registered

@@ -38,17 +38,20 @@ HRESULT CheckHResult(const char* file, std::uint32_t line, const char* function,
 
 #define RETURN_IF_FAILED(...) RETURN_IF_FAILED_AS(#__VA_ARGS__, (__VA_ARGS__))
 
+#define TRACE_RECORD_LEFT_OUT(exception) \
+    DT_TRACE(kTraceError, "Record left out, exception [%s]", (exception).what())
+
 // Decision 0002. Goes after a try block in a loop over records: one bad record must not stop the
 // rest. Traces the exception (out of memory, for example) at level 1.
-#define CATCH_RECORD()                                                                 \
-    catch (const std::exception& dtException_) {                                       \
-        DT_TRACE(kTraceError, "Record left out, exception [%s]", dtException_.what()); \
+#define CATCH_RECORD()                           \
+    catch (const std::exception& dtException_) { \
+        TRACE_RECORD_LEFT_OUT(dtException_);     \
     }
 
 // The same, but rethrows if the records must be complete, as in a batch file.
-#define CATCH_RECORD_UNLESS(complete)                                                  \
-    catch (const std::exception& dtException_) {                                       \
-        if (complete)                                                                  \
-            throw;                                                                     \
-        DT_TRACE(kTraceError, "Record left out, exception [%s]", dtException_.what()); \
+#define CATCH_RECORD_UNLESS(complete)            \
+    catch (const std::exception& dtException_) { \
+        if (complete)                            \
+            throw;                               \
+        TRACE_RECORD_LEFT_OUT(dtException_);     \
     }

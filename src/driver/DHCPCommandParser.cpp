@@ -42,12 +42,25 @@ private:
     std::string m_name;
 };
 
+enum class Outcome { Executed, NotExecuted, Thrown };
+
 /// Writes the event of a command that changed something or failed (decision 0021), so that an
 /// administrator can later see in the event log what an installer ran.
-void WriteEvent(bool clean, const std::string& text) {
+void WriteEvent(const char* command, Outcome outcome, unsigned long errors) {
     constexpr DWORD kCommandEventId = 1;
-    DiagTools::CEventLogWriter::Report(clean ? EVENTLOG_INFORMATION_TYPE : EVENTLOG_WARNING_TYPE,
-                                       kCommandEventId, text.c_str());
+    try {
+        std::string text = Format("Command [%s] not executed.", command);
+        if (outcome == Outcome::Thrown)
+            text = Format("Command [%s] ended by an exception, error lines traced [%lu].", command,
+                          errors);
+        else if (outcome == Outcome::Executed)
+            text = Format("Command [%s] executed, error lines traced [%lu].", command, errors);
+        DiagTools::CEventLogWriter::Report(outcome == Outcome::Executed && errors == 0
+                                               ? EVENTLOG_INFORMATION_TYPE
+                                               : EVENTLOG_WARNING_TYPE,
+                                           kCommandEventId, text.c_str());
+    } catch (const std::exception&) {  // out of memory: skip the event
+    }
 }
 
 }  // namespace
@@ -137,20 +150,16 @@ void CDHCPCommandParser::DispatchCommand(const Description& description,
         if (variables.count(command.option) == 0)
             continue;
         using DiagTools::CModuleStatistics;
-        const unsigned long errorsBefore = CModuleStatistics::ErrorLines();
+        const unsigned long before = CModuleStatistics::ErrorLines();
         try {
             const bool executed = (!command.needsServer || HasServerAddress()) &&
                                   command.run(*this, variables[command.option]);
-            const unsigned long errors = CModuleStatistics::ErrorLines() - errorsBefore;
+            const unsigned long errors = CModuleStatistics::ErrorLines() - before;
             if (command.changes || errors != 0)
-                WriteEvent(executed && errors == 0,
-                           executed ? Format("Command [%s] executed, error lines traced [%lu].",
-                                             command.option, errors)
-                                    : Format("Command [%s] not executed.", command.option));
+                WriteEvent(command.option, executed ? Outcome::Executed : Outcome::NotExecuted,
+                           errors);
         } catch (const std::exception&) {
-            WriteEvent(false,
-                       Format("Command [%s] ended by an exception, error lines traced [%lu].",
-                              command.option, CModuleStatistics::ErrorLines() - errorsBefore));
+            WriteEvent(command.option, Outcome::Thrown, CModuleStatistics::ErrorLines() - before);
             throw;
         }
         return;

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <ostream>
 #include <stdexcept>
+#include <utility>
 
 #include "clients/CsvFile.h"
 #include "dhcpserver/DHCPManager.h"
@@ -155,12 +156,12 @@ HRESULT CDHCPSegmentInfoImpl::SetDHCPScopeInfo(const std::string& line) {
                  fields[i].c_str());
     }
     // Build the message first: if that throws, no scope is added.
-    const std::string record =
+    std::string record =
         Format(kScopeToAdd, fields[kName].c_str(), fields[kAddress].c_str(), fields[kMask].c_str(),
                fields[kNetworkId].c_str(), fields[kDescription].c_str());
     // Not FAILED(): the server's error codes are positive.
     const auto error = static_cast<unsigned long>(AddScope(fields));
-    ShowResult(m_output, record, error);
+    ShowResult(m_output, std::move(record), error);
     return error == ERROR_SUCCESS ? S_OK : E_FAIL;
 }
 
